@@ -1,0 +1,10 @@
+#include "datasource/readers.h"
+
+namespace rq {
+
+std::unique_ptr<Database> openDbaseFolder(const std::string& folder, const OpenOptions&) {
+    throw DatabaseError("Opening " + folder + ": this kind of database cannot be read yet.",
+                        kErrNotBuilt);
+}
+
+}  // namespace rq

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include "datasource/codepage.h"
+#include "datasource/database.h"
+#include "datasource/valuetext.h"
+
+using namespace rq;
+namespace vt = rq::valuetext;
+
+TEST(ValueText, NumbersTakeTheirShortestExactForm) {
+    EXPECT_EQ(vt::singleFloat(0.15f), "0.15");
+    EXPECT_EQ(vt::floating(0.1 + 0.2), "0.30000000000000004");
+    EXPECT_EQ(vt::floating(-2.5), "-2.5");
+    EXPECT_EQ(vt::floating(0.0), "0");
+    EXPECT_EQ(vt::integer(-9223372036854775807LL - 1), "-9223372036854775808");
+    EXPECT_EQ(vt::decimalScaled(140000, 4), "14");
+    EXPECT_EQ(vt::decimalScaled(19955000, 4), "1995.5");
+    EXPECT_EQ(vt::decimalScaled(-5, 4), "-0.0005");
+    EXPECT_EQ(vt::decimalScaled(0, 4), "0");
+    EXPECT_EQ(vt::decimalDigits(true, "000", 2), "0");
+    EXPECT_EQ(vt::decimalDigits(false, "12", -2), "1200");
+}
+
+TEST(ValueText, SerialDatesCoverTheWholeRange) {
+    EXPECT_EQ(vt::serialDateTime(0), "1899-12-30");
+    EXPECT_EQ(vt::serialDateTime(45306), "2024-01-15");
+    EXPECT_EQ(vt::serialDateTime(45306.5729166667), "2024-01-15T13:45:00");
+    EXPECT_EQ(vt::serialDateTime(0.5), "12:00:00");
+    EXPECT_EQ(vt::serialDateTimeNoTimeOnly(0.5), "1899-12-30T12:00:00");
+    // Negative serials count days back; the fraction is still the time of day.
+    EXPECT_EQ(vt::serialDateTime(-1.25), "1899-12-29T06:00:00");
+    EXPECT_EQ(vt::serialDateTime(-657434), "0100-01-01");
+    EXPECT_EQ(vt::serialDateTime(2958465.99998843), "9999-12-31T23:59:59");
+    EXPECT_EQ(vt::dateTime(2024, 1, 15, 13, 45, 0, 500000000), "2024-01-15T13:45:00.5");
+}
+
+TEST(ValueText, CivilDaysRoundTrip) {
+    for (std::int64_t d = -800000; d < 3000000; d += 997) {
+        int y, m, dd;
+        vt::civilFromDays(d, y, m, dd);
+        EXPECT_EQ(vt::daysFromCivil(y, m, dd), d);
+    }
+    EXPECT_EQ(vt::daysFromCivil(1970, 1, 1), 0);
+    EXPECT_EQ(vt::daysFromCivil(2000, 3, 1), 11017);
+}
+
+TEST(ValueText, Base64) {
+    EXPECT_EQ(vt::base64(""), "");
+    EXPECT_EQ(vt::base64("f"), "Zg==");
+    EXPECT_EQ(vt::base64("fo"), "Zm8=");
+    EXPECT_EQ(vt::base64("foobar"), "Zm9vYmFy");
+}
+
+TEST(CodePages, DecodeToUtf8) {
+    EXPECT_EQ(CodePage::get(1252).toUtf8("\x80\xE9"), "\u20AC\u00E9");
+    EXPECT_EQ(CodePage::get(866).toUtf8("\x8F\xE0\xA8"), "\u041F\u0440\u0438");
+    EXPECT_EQ(CodePage::get(437).toUtf8("\x81"), "\u00FC");
+    EXPECT_EQ(CodePage::get(1251).toUtf8("abc"), "abc");
+    EXPECT_EQ(CodePage::get(936).toUtf8("\xD6\xD0"), "\u4E2D");
+}
+
+TEST(Catalog, SystemAndTemporaryNamesAreNotListed) {
+    EXPECT_FALSE(isListedName("MSysObjects"));
+    EXPECT_FALSE(isListedName("msysX"));
+    EXPECT_FALSE(isListedName("mSyS"));
+    EXPECT_TRUE(isListedName("msy"));
+    EXPECT_TRUE(isListedName("MSY_"));
+    EXPECT_FALSE(isListedName("~TMP"));
+    EXPECT_FALSE(isListedName("~"));
+    EXPECT_TRUE(isListedName("Orders"));
+    EXPECT_TRUE(isListedName(""));
+}
+
+TEST(Catalog, DatabaseNamePerKind) {
+    EXPECT_EQ(databaseNameFor("Microsoft Access", "/d/x.mdb"), "/d/x.mdb");
+    EXPECT_EQ(databaseNameFor("Excel 8.0;", "/d/x.xls"), "/d/x.xls");
+    EXPECT_EQ(databaseNameFor("Btrieve;", "/d/FILE.DDF"), "/d/FILE.DDF");
+    EXPECT_EQ(databaseNameFor("Dbase IV;", "/d/x.dbf"), "/d");
+    EXPECT_EQ(databaseNameFor("Lotus WK1;", "/d/x.wk1"), "/d");
+    EXPECT_EQ(connectStringForPath("/d/file.ddf"), "Btrieve;");
+    EXPECT_EQ(connectStringForPath("/d/a.ACCDB"), "Microsoft Access");
+}
