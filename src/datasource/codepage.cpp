@@ -13,23 +13,34 @@ namespace {
 
 std::string iconvNameFor(int number) {
     switch (number) {
-        case 65001: return "UTF-8";
-        case 1200: return "UTF-16LE";
-        case 1201: return "UTF-16BE";
-        case 10000: return "MACINTOSH";
-        case 20866: return "KOI8-R";
-        case 28591: return "ISO-8859-1";
-        case 932: return "CP932";
-        case 936: return "CP936";
-        case 949: return "CP949";
-        case 950: return "CP950";
-        default: return "CP" + std::to_string(number);
+        case 65001:
+            return "UTF-8";
+        case 1200:
+            return "UTF-16LE";
+        case 1201:
+            return "UTF-16BE";
+        case 10000:
+            return "MACINTOSH";
+        case 20866:
+            return "KOI8-R";
+        case 28591:
+            return "ISO-8859-1";
+        case 932:
+            return "CP932";
+        case 936:
+            return "CP936";
+        case 949:
+            return "CP949";
+        case 950:
+            return "CP950";
+        default:
+            return "CP" + std::to_string(number);
     }
 }
 
 bool isMultiByte(int number) {
-    return number == 65001 || number == 1200 || number == 1201 || number == 932 ||
-           number == 936 || number == 949 || number == 950;
+    return number == 65001 || number == 1200 || number == 1201 || number == 932 || number == 936 ||
+           number == 949 || number == 950;
 }
 
 const char kReplacement[] = "\xEF\xBF\xBD";

@@ -9,7 +9,7 @@
 namespace rq {
 
 class CodePage {
-public:
+  public:
     // A code page by its Windows number (437, 850, 866, 1251, 1252, 936, 65001, ...).
     // Unknown numbers fall back to 1252. Instances are shared and never freed.
     static const CodePage& get(int number);
@@ -32,7 +32,7 @@ public:
 
     explicit CodePage(int number);
 
-private:
+  private:
     int number_;
     bool singleByte_ = true;
     std::string iconvName_;

@@ -50,12 +50,12 @@ enum DatabaseErrorCode : int {
 };
 
 class DatabaseError : public std::runtime_error {
-public:
+  public:
     explicit DatabaseError(const std::string& message, int code = kErrGeneric)
         : std::runtime_error(message), code_(code) {}
     int code() const { return code_; }
 
-private:
+  private:
     int code_;
 };
 
@@ -63,7 +63,7 @@ private:
 // passed to row() are valid only during the call. An empty view is a null or
 // empty value; both become an empty cell.
 class RecordSink {
-public:
+  public:
     virtual ~RecordSink() = default;
     virtual void begin(const std::vector<Field>& fields) = 0;
     virtual void row(const std::string_view* cells, std::size_t count) = 0;
@@ -71,7 +71,7 @@ public:
 };
 
 class Database {
-public:
+  public:
     virtual ~Database() = default;
 
     // The database name handed to the engine: the file (Access, Excel, Btrieve)
@@ -114,7 +114,8 @@ struct OpenOptions {
 // Access", "Dbase IV;", "Text;", ...) and the file the user chose. Throws
 // DatabaseError: kErrPasswordRequired when a password is needed or wrong,
 // kErrUnrecognisedFormat when the file is not a database the reader understands.
-std::unique_ptr<Database> openFileDatabase(const std::string& connect, const std::string& chosenFile,
+std::unique_ptr<Database> openFileDatabase(const std::string& connect,
+                                           const std::string& chosenFile,
                                            const OpenOptions& options = {});
 
 // The database name for a connect string and chosen file: the file itself for

@@ -46,8 +46,8 @@ bool startsWith(const std::string& s, std::string_view prefix) {
 
 bool isKnownConnectString(const std::string& c) {
     static const char* const known[] = {
-        "Microsoft Access", "Dbase 5.0;",   "Dbase IV;",    "Dbase III;",  "FoxPro 3.0;",
-        "FoxPro 2.6;",      "FoxPro 2.5;",  "FoxPro 2.0;",  "Lotus WK1;",  "Lotus WK3;",
+        "Microsoft Access", "Dbase 5.0;",   "Dbase IV;",    "Dbase III;",   "FoxPro 3.0;",
+        "FoxPro 2.6;",      "FoxPro 2.5;",  "FoxPro 2.0;",  "Lotus WK1;",   "Lotus WK3;",
         "Lotus WK4;",       "Paradox 5.X;", "Paradox 4.X;", "Paradox 3.X;", "Btrieve;",
         "Excel 8.0;",       "Text;"};
     for (const char* k : known)
@@ -83,7 +83,8 @@ std::string connectStringForPath(const std::string& path) {
     return {};
 }
 
-std::unique_ptr<Database> openFileDatabase(const std::string& connect, const std::string& chosenFile,
+std::unique_ptr<Database> openFileDatabase(const std::string& connect,
+                                           const std::string& chosenFile,
                                            const OpenOptions& options) {
     if (!isKnownConnectString(connect))
         throw DatabaseError("Unknown database kind \"" + connect + "\".");

@@ -10,13 +10,13 @@
 namespace rq {
 
 class SheetSink : public RecordSink {
-public:
+  public:
     explicit SheetSink(DataSheet& target) : sheet_(target) {}
     void begin(const std::vector<Field>& fields) override;
     void row(const std::string_view* cells, std::size_t count) override;
     const std::vector<Field>& fields() const { return fields_; }
 
-private:
+  private:
     DataSheet& sheet_;
     std::vector<Field> fields_;
 };

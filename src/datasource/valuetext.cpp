@@ -69,12 +69,14 @@ std::string decimalDigits(bool negative, std::string_view digits, int scale) {
 
 std::string decimalScaled(std::int64_t unscaled, int scale) {
     bool neg = unscaled < 0;
-    std::uint64_t mag = neg ? 0 - static_cast<std::uint64_t>(unscaled)
-                            : static_cast<std::uint64_t>(unscaled);
+    std::uint64_t mag =
+        neg ? 0 - static_cast<std::uint64_t>(unscaled) : static_cast<std::uint64_t>(unscaled);
     return decimalDigits(neg, unsignedInteger(mag), scale);
 }
 
-std::string boolean(bool v) { return v ? "true" : "false"; }
+std::string boolean(bool v) {
+    return v ? "true" : "false";
+}
 
 namespace {
 
@@ -185,8 +187,12 @@ std::string serialImpl(double serial, bool allowTimeOnly) {
 
 }  // namespace
 
-std::string serialDateTime(double serial) { return serialImpl(serial, true); }
-std::string serialDateTimeNoTimeOnly(double serial) { return serialImpl(serial, false); }
+std::string serialDateTime(double serial) {
+    return serialImpl(serial, true);
+}
+std::string serialDateTimeNoTimeOnly(double serial) {
+    return serialImpl(serial, false);
+}
 
 std::string base64(std::string_view in) {
     static const char tbl[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

@@ -25,8 +25,7 @@ std::string boolean(bool v);
 // nanos: 0 .. 999'999'999.
 std::string date(int year, int month, int day);
 std::string time(int hour, int minute, int second, int nanos = 0);
-std::string dateTime(int year, int month, int day, int hour, int minute, int second,
-                     int nanos = 0);
+std::string dateTime(int year, int month, int day, int hour, int minute, int second, int nanos = 0);
 
 // Days since 1970-01-01 for a proleptic Gregorian date, and back.
 std::int64_t daysFromCivil(int year, int month, int day);

@@ -1,10 +1,10 @@
 #include "sheet/datasheet.h"
 
+#include <malloc.h>
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <malloc.h>
 
 namespace rq {
 
@@ -125,7 +125,8 @@ void DataSheet::addItem(std::string_view text, int index) {
     if (index < 1 || index > rows()) return;
     std::vector<std::string_view> cells;
     if (!text.empty()) cells = splitOn(text, '\t');
-    if (cells.size() > static_cast<std::size_t>(cols_)) cells.resize(static_cast<std::size_t>(cols_));
+    if (cells.size() > static_cast<std::size_t>(cols_))
+        cells.resize(static_cast<std::size_t>(cols_));
     rows_.insert(rows_.begin() + index, RowData(cells.data(), cells.size()));
 }
 
@@ -280,8 +281,8 @@ std::size_t DataSheet::allocatedBytes() const {
 }
 
 std::string curntrowcol(const DataSheet& sheet) {
-    return "Current Row:" + std::to_string(sheet.rowSel()) + " Column:" +
-           std::to_string(sheet.colSel());
+    return "Current Row:" + std::to_string(sheet.rowSel()) +
+           " Column:" + std::to_string(sheet.colSel());
 }
 
 }  // namespace rq

@@ -12,7 +12,7 @@
 namespace rq {
 
 class DataSheet {
-public:
+  public:
     DataSheet();
     DataSheet(int rows, int cols);
     DataSheet(const DataSheet& other);
@@ -80,11 +80,11 @@ public:
     std::size_t textBytes() const;
     std::size_t allocatedBytes() const;
 
-private:
+  private:
     // One row: a single heap block holding the cell count, the end offset of
     // each cell and the characters.
     class RowData {
-    public:
+      public:
         RowData() = default;
         explicit RowData(const std::string_view* cells, std::size_t count);
         RowData(const RowData& o);
@@ -102,7 +102,7 @@ private:
         std::size_t textBytes() const { return block_ ? header()[size()] : 0; }
         std::size_t blockBytes() const;
 
-    private:
+      private:
         const std::uint32_t* header() const {
             return reinterpret_cast<const std::uint32_t*>(block_.get());
         }
@@ -130,6 +130,8 @@ bool readsAsNumber(std::string_view text, double* value = nullptr);
 std::string curntrowcol(const DataSheet& sheet);
 
 // Column width for colwd: the header text's width in twips plus 320.
-inline int colwdTwips(int headerTextWidthTwips) { return headerTextWidthTwips + 320; }
+inline int colwdTwips(int headerTextWidthTwips) {
+    return headerTextWidthTwips + 320;
+}
 
 }  // namespace rq
