@@ -1,0 +1,33 @@
+#include "layout/namerules.h"
+
+#include "generate/cp1252.h"
+#include "generate/escape.h"
+
+namespace rq {
+
+namespace {
+
+bool removedCode(int code) {
+    return (code >= 0 && code <= 44) || (code >= 46 && code <= 47) || (code >= 59 && code <= 64) ||
+           (code >= 91 && code <= 96 && code != 95) || (code >= 123 && code <= 254);
+}
+
+}  // namespace
+
+std::string elemntnamchnge(std::string_view typed) {
+    std::string s(typed);
+    for (char& c : s)
+        if (c == ' ') c = '_';
+    s = ascterep(s);
+    std::string out;
+    for (std::size_t i = 0; i < s.size();) {
+        char32_t ch;
+        std::size_t len = decodeUtf8(s, i, ch);
+        int code = unicodeToCp1252(ch);
+        if (code < 0 || !removedCode(code)) out.append(s, i, len);
+        i += len;
+    }
+    return out;
+}
+
+}  // namespace rq
