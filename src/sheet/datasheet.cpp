@@ -280,6 +280,30 @@ std::size_t DataSheet::allocatedBytes() const {
     return n;
 }
 
+int MouseSelection::number(const std::string& text) {
+    double v = 0;
+    if (!readsAsNumber(text, &v)) return 0;
+    return static_cast<int>(v);
+}
+
+void MouseSelection::gridmusdown(const DataSheet& sheet) {
+    mdown = std::to_string(sheet.rowSel());
+    clkrow = std::to_string(sheet.rowSel());
+    clkcol = std::to_string(sheet.colSel());
+}
+
+void MouseSelection::gridmusup(const DataSheet& sheet) {
+    exrow = std::to_string(sheet.rowSel());
+    excol = std::to_string(sheet.colSel());
+    mup = std::to_string(sheet.rowSel());
+    int down = mdownNumber();
+    int up = number(mup);
+    if (up < down) {
+        mup = std::to_string(down);
+        mdown = std::to_string(up);
+    }
+}
+
 std::string curntrowcol(const DataSheet& sheet) {
     return "Current Row:" + std::to_string(sheet.rowSel()) +
            " Column:" + std::to_string(sheet.colSel());

@@ -120,6 +120,23 @@ class DataSheet {
     friend struct DataSheetTestAccess;
 };
 
+// The mouse-selection memory kept beside the selection: six values held as
+// text and read back as numbers (an empty value reads as 0, except mdown,
+// which counts as 1).
+struct MouseSelection {
+    std::string clkrow, clkcol;  // RowSel / ColSel when the button went down
+    std::string exrow, excol;    // RowSel / ColSel when it was released
+    std::string mdown, mup;      // first and last row of the swept range, mdown <= mup
+
+    // Button pressed on the grid.
+    void gridmusdown(const DataSheet& sheet);
+    // Button released on the grid.
+    void gridmusup(const DataSheet& sheet);
+
+    static int number(const std::string& text);
+    int mdownNumber() const { return mdown.empty() ? 1 : number(mdown); }
+};
+
 // Splits text on a single-character separator (an empty text gives one empty piece).
 std::vector<std::string_view> splitOn(std::string_view text, char sep);
 

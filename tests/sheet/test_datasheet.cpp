@@ -138,3 +138,26 @@ TEST(DataSheet, PositionText) {
     EXPECT_EQ(curntrowcol(s), "Current Row:7 Column:3");
     EXPECT_EQ(colwdTwips(1000), 1320);
 }
+
+TEST(MouseSelection, RemembersTheSweptRowsInOrder) {
+    DataSheet s = numbered(9, 3);
+    MouseSelection m;
+    s.setRow(7);
+    s.setCol(2);
+    m.gridmusdown(s);
+    EXPECT_EQ(m.clkrow, "7");
+    EXPECT_EQ(m.clkcol, "2");
+    s.setRowSel(3);  // dragged upwards
+    s.setColSel(0);
+    m.gridmusup(s);
+    EXPECT_EQ(m.exrow, "3");
+    EXPECT_EQ(m.excol, "0");
+    EXPECT_EQ(m.mdown, "3");
+    EXPECT_EQ(m.mup, "7");
+    MouseSelection fresh;  // an empty mdown counts as 1
+    s.setRow(4);
+    fresh.gridmusup(s);
+    EXPECT_EQ(fresh.mdown, "");
+    EXPECT_EQ(fresh.mdownNumber(), 1);
+    EXPECT_EQ(fresh.mup, "4");
+}
