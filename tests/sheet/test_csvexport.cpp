@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "sheet/csvexport.h"
+
+using namespace rq;
+namespace fs = std::filesystem;
+
+namespace {
+
+DataSheet sheetOf(std::vector<std::vector<std::string>> rows) {
+    DataSheet s(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
+    for (std::size_t r = 0; r < rows.size(); ++r)
+        for (std::size_t c = 0; c < rows[r].size(); ++c)
+            s.setCell(static_cast<int>(r), static_cast<int>(c), rows[r][c]);
+    return s;
+}
+
+}  // namespace
+
+TEST(CsvExport, HeaderInnerCellsAndLastCellFollowTheirOwnRules) {
+    DataSheet s = sheetOf({{"ID", "Name", "Note"},
+                           {"1", "Ann", "x"},
+                           {"2", "", ""},
+                           {"", "say \"hi\", ok", " padded "}});
+    EXPECT_EQ(csvExportText(s),
+              "\"ID\",\"Name\",\"Note\"\r\n"
+              "\"1\",\"Ann\",\"x\",\r\n"
+              "\"2\",\"\",\r\n"
+              "\"\",\"say \"hi\", ok\",\" padded \",\r\n");
+}
+
+TEST(CsvExport, HeaderOnlySheetAndSingleColumn) {
+    EXPECT_EQ(csvExportText(sheetOf({{"A", "B"}})), "\"A\",\"B\"\r\n");
+    EXPECT_EQ(csvExportText(sheetOf({{"A"}, {""}, {"v"}})), "\"A\"\r\n\r\n\"v\",\r\n");
+}
+
+TEST(CsvExport, ProgressPerRecord) {
+    DataSheet s = sheetOf({{"A"}, {"1"}, {"2"}, {"3"}});
+    std::vector<std::string> seen;
+    std::vector<double> percents;
+    csvExportText(s, [&](double p, const std::string& t) {
+        percents.push_back(p);
+        seen.push_back(t);
+    });
+    ASSERT_EQ(seen.size(), 3u);
+    EXPECT_DOUBLE_EQ(percents[0], 100.0 / 3);
+    EXPECT_EQ(seen[0], "Exporting... 33% completed");
+    EXPECT_EQ(seen[1], "Exporting... 66% completed");
+    EXPECT_EQ(seen[2], "Exporting... 100% completed");
+    bool called = false;
+    csvExportText(sheetOf({{"A"}}), [&](double, const std::string&) { called = true; });
+    EXPECT_FALSE(called);
+}
+
+TEST(CsvExport, FileIsUtf8WithTheWritesOwnLineEnd) {
+    std::string templ = (fs::temp_directory_path() / "rqcsvXXXXXX").string();
+    fs::path dir = ::mkdtemp(templ.data());
+    DataSheet s = sheetOf({{"Stra\xC3\x9F"
+                            "e"},
+                           {"\xE2\x82\xAC"}});
+    std::string path = (dir / "out.txt").string();
+    ASSERT_TRUE(cndsaveexptxt(path, csvExportText(s)));
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream got;
+    got << in.rdbuf();
+    EXPECT_EQ(got.str(),
+              "\"Stra\xC3\x9F"
+              "e\"\r\n\"\xE2\x82\xAC\",\r\n\r\n");
+    EXPECT_FALSE(cndsaveexptxt((dir / "no" / "out.txt").string(), "x"));
+    fs::remove_all(dir);
+}
