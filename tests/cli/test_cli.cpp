@@ -1,0 +1,267 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "datasource/database.h"
+#include "datasource/sheetloader.h"
+#include "generate/generationrun.h"
+#include "layout/defaultlayout.h"
+#include "layout/layoutfile.h"
+
+using namespace rq;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Result {
+    int status = -1;
+    std::string out, err;
+};
+
+std::string slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::string quoted(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+class CliTest : public ::testing::Test {
+  protected:
+    fs::path dir;
+    void SetUp() override {
+        std::string templ = (fs::temp_directory_path() / "rqcliXXXXXX").string();
+        dir = ::mkdtemp(templ.data());
+        // Two tables; one with non-ASCII text, markup and an empty last cell.
+        write("db/orders.csv",
+              "ID,Name,City\r\n1,Zo\xC3\xAB,K\xC3\xB6ln \xE2\x82\xAC\r\n2,\"Smith, "
+              "J\",a<b\r\n3,X,\r\n");
+        write("db/people.txt", "n\nA\nB\nC\nD\nE\n");
+    }
+    void TearDown() override { fs::remove_all(dir); }
+    void write(const std::string& rel, const std::string& bytes) {
+        fs::create_directories((dir / rel).parent_path());
+        std::ofstream(dir / rel, std::ios::binary) << bytes;
+    }
+    std::string path(const std::string& rel) const { return (dir / rel).string(); }
+
+    Result run(const std::vector<std::string>& args) {
+        std::string cmd = quoted(ROWQUILL_CLI);
+        for (const auto& a : args) cmd += " " + quoted(a);
+        cmd += " >" + quoted(path("stdout")) + " 2>" + quoted(path("stderr")) + " </dev/null";
+        Result r;
+        int raw = std::system(cmd.c_str());
+        r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        r.out = slurp(dir / "stdout");
+        r.err = slurp(dir / "stderr");
+        return r;
+    }
+};
+
+bool oneLine(const std::string& s) {
+    return !s.empty() && s.find('\n') == s.size() - 1;
+}
+
+const std::string kOrdersBody =
+    "\t<document>\r\n"
+    "\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Name>Zo\xC3\xAB</Name>\r\n"
+    "\t\t\t<City>K\xC3\xB6ln \xE2\x82\xAC</City></row>\r\n"
+    "\t\t<row>\r\n\t\t\t<ID>2</ID>\r\n\t\t\t<Name>Smith, J</Name>\r\n"
+    "\t\t\t<City>a&lt;b</City></row>\r\n"
+    "\t\t<row>\r\n\t\t\t<ID>3</ID>\r\n\t\t\t<Name>X</Name>\r\n\t\t\t<City></City></row>\r\n"
+    "\t</document>\r\n";
+
+}  // namespace
+
+TEST_F(CliTest, HelpAndUsageErrors) {
+    Result help = run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("Usage: rowquill-cli"), std::string::npos);
+    EXPECT_NE(help.out.find("--split N"), std::string::npos);
+
+    const std::vector<std::vector<std::string>> bad = {
+        {},
+        {"frob", path("db/orders.csv")},
+        {"convert", path("db/orders.csv"), "--table", "orders#csv"},
+        {"convert", path("db/orders.csv"), "-o", path("x.xml")},
+        {"convert", path("db/orders.csv"), "--table", "t", "--sql", "s", "-o", path("x.xml")},
+        {"convert", path("db/orders.csv"), "--table", "t", "--split", "0", "-o", path("x")},
+        {"convert", path("db/orders.csv"), "--table", "t", "--bogus", "-o", path("x")},
+        {"tables", path("db/orders.csv"), "--kind", "Dbase VII;"},
+        {"convert", path("db/orders.csv"), "--table", "orders#csv", "--xslt", "a", "--css", "b",
+         "-o", path("x.xml")},
+        {"convert", path("db/orders.csv"), "--table", "orders#csv", "--root-attribute", "noequals",
+         "-o", path("x.xml")},
+    };
+    for (const auto& args : bad) {
+        Result r = run(args);
+        EXPECT_EQ(r.status, 1) << r.err;
+        EXPECT_TRUE(oneLine(r.err)) << r.err;
+        EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;
+    }
+    EXPECT_FALSE(fs::exists(dir / "x.xml"));
+}
+
+TEST_F(CliTest, SourceErrorsExitWithTwo) {
+    write("notes.xyz", "x");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
+        {{"tables", path("missing.csv")}, "cannot find the source"},
+        {{"tables", path("notes.xyz")}, "--kind"},
+        {{"convert", path("db/orders.csv"), "--table", "nope", "-o", path("x.xml")},
+         "no table named \"nope\""},
+        {{"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout", path("none"), "-o",
+          path("x.xml")},
+         "bad layout file"},
+        {{"convert", path("db/orders.csv"), "--table", "orders#csv", "-o",
+          path("no/such/folder/x.xml")},
+         "no/such/folder"},
+    };
+    for (const auto& [args, needle] : bad) {
+        Result r = run(args);
+        EXPECT_EQ(r.status, 2) << r.err;
+        EXPECT_TRUE(oneLine(r.err)) << r.err;
+        EXPECT_NE(r.err.find(needle), std::string::npos) << r.err;
+    }
+    EXPECT_FALSE(fs::exists(dir / "x.xml"));
+}
+
+TEST_F(CliTest, TablesListsTheFolder) {
+    Result r = run({"tables", path("db/orders.csv")});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "orders#csv\npeople#txt\n");
+    EXPECT_EQ(run({"tables", path("db"), "--kind", "Text;"}).out, r.out);
+    EXPECT_EQ(run({"tables", path("db")}).out, r.out);
+}
+
+TEST_F(CliTest, ConvertWritesCodePage1252OrUtf8) {
+    Result r =
+        run({"convert", path("db/orders.csv"), "--table", "orders.csv", "-o", path("out.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    std::string cp1252Body = kOrdersBody;
+    cp1252Body.replace(cp1252Body.find("Zo\xC3\xAB"), 4, "Zo\xEB");
+    cp1252Body.replace(cp1252Body.find("K\xC3\xB6ln \xE2\x82\xAC"), 9, "K\xF6ln \x80");
+    EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + cp1252Body + "\r\n");
+
+    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--convert-symbols", "-o",
+             path("out.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + kOrdersBody + "\r\n");
+    // Nothing but the output in the folder: the temporary file was renamed.
+    int files = 0;
+    for (auto& e : fs::directory_iterator(dir)) files += e.is_regular_file() ? 1 : 0;
+    EXPECT_EQ(files, 3);  // out.xml, stdout, stderr
+}
+
+TEST_F(CliTest, PrologAndRootAttributeOptions) {
+    Result r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--xslt", "s.xsl",
+                    "--dtd", "d.dtd", "--schema", "urn:o", "o.xsd", "--root-attribute",
+                    "my lang=en", "-o", path("out.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string doc = slurp(dir / "out.xml");
+    EXPECT_EQ(doc.substr(0, doc.find("\t\t<row>")),
+              "<?xml version=\"1.0\"?>\r\n"
+              "<?xml:stylesheet type=\"text/xsl\" href=\"s.xsl\"?>\r\n"
+              "<!DOCTYPE document SYSTEM \"d.dtd\">\r\n"
+              "\t<document xmlns=\"urn:o\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+              "xsi:schemaLocation=\"o.xsd\" my_lang=\"en\" >\r\n");
+}
+
+TEST_F(CliTest, SplitWritesBlocksIntoAnEmptyFolderOnly) {
+    Result r = run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2", "-o",
+                    path("split")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::vector<std::string> names;
+    for (auto& e : fs::directory_iterator(dir / "split")) names.push_back(e.path().filename());
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"form_row_1_to_row_2_.xml", "form_row_3_to_row_4_.xml",
+                                        "form_row_5_to_row_5_.xml"}));
+    EXPECT_EQ(slurp(dir / "split" / "form_row_5_to_row_5_.xml"),
+              "<?xml version=\"1.0\"?>\r\n\t<document>\r\n\t\t<row>\r\n\t\t\t<n>E</n></row>\r\n"
+              "\t</document>\r\n\r\n");
+
+    Result again = run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2",
+                        "-o", path("split")});
+    EXPECT_EQ(again.status, 2);
+    EXPECT_NE(again.err.find("is not empty"), std::string::npos);
+    EXPECT_TRUE(oneLine(again.err));
+
+    fs::create_directory(dir / "empty");
+    EXPECT_EQ(run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "10", "-o",
+                   path("empty")})
+                  .status,
+              0);
+    EXPECT_TRUE(fs::exists(dir / "empty" / "form_row_1_to_row_5_.xml"));
+}
+
+TEST_F(CliTest, ExportWritesTheCsvText) {
+    Result r = run({"export", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "o.txt"),
+              "\"ID\",\"Name\",\"City\"\r\n"
+              "\"1\",\"Zo\xC3\xAB\",\"K\xC3\xB6ln \xE2\x82\xAC\",\r\n"
+              "\"2\",\"Smith, J\",\"a<b\",\r\n"
+              "\"3\",\"X\",\r\n"
+              "\r\n");
+}
+
+TEST_F(CliTest, LayoutFileOutAndBackIn) {
+    Result r =
+        run({"layout", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.rqlayout")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string text = slurp(dir / "o.rqlayout");
+    EXPECT_NE(text.find("<root name=\"document\">"), std::string::npos);
+    EXPECT_NE(text.find("<data-element name=\"City\" column=\"2\"/>"), std::string::npos);
+
+    // An edited layout drives the conversion.
+    std::string edited = text;
+    edited.replace(edited.find("<data-element name=\"ID\" column=\"0\"/>"), 36,
+                   "<data-attribute name=\"id\" column=\"0\"/>");
+    write("edited.rqlayout", edited);
+    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout",
+             path("edited.rqlayout"), "--convert-symbols", "-o", path("out.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string doc = slurp(dir / "out.xml");
+    EXPECT_NE(doc.find("\t\t<row id=\"2\">\r\n\t\t\t<Name>Smith, J</Name>"), std::string::npos);
+    EXPECT_EQ(doc.find("<ID>"), std::string::npos);
+
+    write("broken.rqlayout",
+          "<rowquill-layout>\n<root name=\"d\">\n<attribute name=\"a\" value=\"\"/>\n</root>\n"
+          "</rowquill-layout>\n");
+    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout",
+             path("broken.rqlayout"), "-o", path("bad.xml")});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("line 3"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(dir / "bad.xml"));
+}
+
+TEST_F(CliTest, ConvertGivesTheBytesOfTheWindowsSave) {
+    const fs::path fixture = fs::path(ROWQUILL_FIXTURES) / "text" / "temperature_qaqc";
+    if (!fs::exists(fixture)) GTEST_SKIP() << "fixtures folder absent: " << fixture;
+    const std::string source = (fixture / "ARD_to_WRS.csv").string();
+    Result r = run({"convert", source, "--table", "ARD_to_WRS#csv", "-o", path("cli.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+
+    auto db = openFileDatabase("Text;", source);
+    DataSheet sheet;
+    loadTable(*db, "ARD_to_WRS#csv", sheet);
+    LayoutTree tree;
+    initree(tree, sheet);
+    WorkingTable work;
+    ASSERT_TRUE(cndsavefunc(path("window.xml"), runSingleFile(tree, work, sheet), false));
+    const std::string cli = slurp(dir / "cli.xml");
+    EXPECT_EQ(cli, slurp(dir / "window.xml"));
+    EXPECT_NE(cli.find("\t\t\t<PR>038046</PR>\r\n\t\t\t<h>1</h>\r\n\t\t\t<v>21</v></row>\r\n"
+                       "\t</document>\r\n\r\n"),
+              std::string::npos);
+}
