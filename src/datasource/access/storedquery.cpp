@@ -1,0 +1,263 @@
+#include "datasource/access/storedquery.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace rq::jet {
+
+namespace {
+
+enum Attribute {
+    kType = 1,
+    kFlags = 3,
+    kTable = 5,
+    kColumn = 6,
+    kJoin = 7,
+    kWhere = 8,
+    kGroupBy = 9,
+    kHaving = 10,
+    kOrderBy = 11,
+};
+
+enum SelectFlags { kSelectStar = 1, kDistinct = 2, kDistinctRow = 8, kTop = 16, kPercent = 32 };
+
+std::string bracket(const std::string& name) {
+    return "[" + name + "]";
+}
+
+std::string lower(std::string s) {
+    for (auto& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+std::string trimmed(const std::string& s) {
+    std::size_t b = s.find_first_not_of(" \t\r\n");
+    if (b == std::string::npos) return {};
+    std::size_t e = s.find_last_not_of(" \t\r\n;");
+    if (e == std::string::npos || e < b) return {};
+    return s.substr(b, e - b + 1);
+}
+
+std::string joinList(const std::vector<std::string>& parts, const char* sep) {
+    std::string out;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i) out += sep;
+        out += parts[i];
+    }
+    return out;
+}
+
+bool isPlainReference(const std::string& expr) {
+    // table.field, [table].[field], field: the engine names the column itself.
+    for (char c : expr)
+        if (!(std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' || c == '[' ||
+              c == ']' || c == ' ' || c == '*' || static_cast<unsigned char>(c) >= 0x80))
+            return false;
+    return true;
+}
+
+struct FromItem {
+    std::string text;
+    std::vector<std::string> keys;  // lower-case names and aliases it holds
+    bool isJoin = false;
+};
+
+int findItem(const std::vector<FromItem>& items, const std::string& name) {
+    std::string key = lower(name);
+    for (std::size_t i = 0; i < items.size(); ++i)
+        if (std::find(items[i].keys.begin(), items[i].keys.end(), key) != items[i].keys.end())
+            return static_cast<int>(i);
+    return -1;
+}
+
+std::string fromClause(const std::vector<QueryRow>& rows) {
+    std::vector<FromItem> items;
+    for (const auto& r : rows) {
+        if (r.attribute != kTable) continue;
+        FromItem item;
+        if (r.name1.empty() && !r.expression.empty()) {
+            item.text = "(" + trimmed(r.expression) + ")";
+        } else {
+            item.text = bracket(r.name1);
+            item.keys.push_back(lower(r.name1));
+        }
+        if (!r.name2.empty()) {
+            item.text += " AS " + bracket(r.name2);
+            item.keys.push_back(lower(r.name2));
+        }
+        items.push_back(std::move(item));
+    }
+    for (const auto& r : rows) {
+        if (r.attribute != kJoin) continue;
+        const char* kind = r.flag == 2   ? " LEFT JOIN "
+                           : r.flag == 3 ? " RIGHT JOIN "
+                                         : " INNER JOIN ";
+        int li = findItem(items, r.name1);
+        if (li < 0) {
+            items.push_back({bracket(r.name1), {lower(r.name1)}, false});
+            li = static_cast<int>(items.size()) - 1;
+        }
+        int ri = findItem(items, r.name2);
+        if (ri < 0) {
+            items.push_back({bracket(r.name2), {lower(r.name2)}, false});
+            ri = static_cast<int>(items.size()) - 1;
+        }
+        if (li == ri) {  // a further condition between tables already joined
+            items[static_cast<std::size_t>(li)].text += " AND (" + r.expression + ")";
+            continue;
+        }
+        FromItem& left = items[static_cast<std::size_t>(li)];
+        FromItem& right = items[static_cast<std::size_t>(ri)];
+        FromItem merged;
+        merged.isJoin = true;
+        merged.text = (left.isJoin ? "(" + left.text + ")" : left.text) + kind +
+                      (right.isJoin ? "(" + right.text + ")" : right.text) + " ON " + r.expression;
+        merged.keys = left.keys;
+        merged.keys.insert(merged.keys.end(), right.keys.begin(), right.keys.end());
+        int keep = std::min(li, ri), drop = std::max(li, ri);
+        items[static_cast<std::size_t>(keep)] = std::move(merged);
+        items.erase(items.begin() + drop);
+    }
+    std::vector<std::string> texts;
+    for (const auto& it : items) texts.push_back(it.text);
+    return joinList(texts, ", ");
+}
+
+std::vector<std::string> expressions(const std::vector<QueryRow>& rows, int attribute) {
+    std::vector<std::string> out;
+    for (const auto& r : rows)
+        if (r.attribute == attribute && !r.expression.empty()) out.push_back(r.expression);
+    return out;
+}
+
+std::string orderByClause(const std::vector<QueryRow>& rows) {
+    std::vector<std::string> parts;
+    for (const auto& r : rows) {
+        if (r.attribute != kOrderBy || r.expression.empty()) continue;
+        std::string n = lower(r.name1);
+        parts.push_back(r.expression + (n == "d" || n == "desc" ? " DESC" : ""));
+    }
+    return parts.empty() ? std::string() : " ORDER BY " + joinList(parts, ", ");
+}
+
+const QueryRow* flagsRow(const std::vector<QueryRow>& rows) {
+    for (const auto& r : rows)
+        if (r.attribute == kFlags) return &r;
+    return nullptr;
+}
+
+std::string selectQuery(const std::vector<QueryRow>& rows) {
+    const QueryRow* fr = flagsRow(rows);
+    int flags = fr ? fr->flag : 0;
+    std::string sql = "SELECT ";
+    if (flags & kDistinct)
+        sql += "DISTINCT ";
+    else if (flags & kDistinctRow)
+        sql += "DISTINCTROW ";
+    if ((flags & kTop) && fr && !fr->name1.empty()) {
+        sql += "TOP " + fr->name1 + " ";
+        if (flags & kPercent) sql += "PERCENT ";
+    }
+    std::vector<std::string> cols;
+    if (flags & kSelectStar) cols.push_back("*");
+    int exprNo = 1000;
+    for (const auto& r : rows) {
+        if (r.attribute != kColumn || r.expression.empty()) continue;
+        std::string c = r.expression;
+        if (!r.name1.empty())
+            c += " AS " + bracket(r.name1);
+        else if (!isPlainReference(r.expression))
+            c += " AS [Expr" + std::to_string(exprNo++) + "]";
+        cols.push_back(std::move(c));
+    }
+    if (cols.empty()) cols.push_back("*");
+    sql += joinList(cols, ", ");
+    std::string from = fromClause(rows);
+    if (!from.empty()) sql += " FROM " + from;
+    auto where = expressions(rows, kWhere);
+    if (!where.empty()) sql += " WHERE " + joinList(where, " AND ");
+    auto group = expressions(rows, kGroupBy);
+    if (!group.empty()) sql += " GROUP BY " + joinList(group, ", ");
+    auto having = expressions(rows, kHaving);
+    if (!having.empty()) sql += " HAVING " + joinList(having, " AND ");
+    sql += orderByClause(rows);
+    return sql;
+}
+
+std::string unionQuery(const std::vector<QueryRow>& rows) {
+    std::string part1, part2;
+    for (const auto& r : rows) {
+        if (r.attribute != kTable) continue;
+        if (r.name2 == "X7YZ_____1") part1 = trimmed(r.expression);
+        if (r.name2 == "X7YZ_____2") part2 = trimmed(r.expression);
+    }
+    if (part1.empty() || part2.empty()) return {};
+    const QueryRow* fr = flagsRow(rows);
+    bool distinct = fr && (fr->flag & 2);
+    return part1 + " UNION " + (distinct ? "" : "ALL ") + part2 + orderByClause(rows);
+}
+
+std::string crossTabQuery(const std::vector<QueryRow>& rows) {
+    std::string value, pivot;
+    std::vector<std::string> heads, groups;
+    for (const auto& r : rows) {
+        if (r.attribute == kColumn) {
+            std::string c = r.expression + (r.name1.empty() ? "" : " AS " + bracket(r.name1));
+            if (r.flag == 0)
+                value = c;
+            else if (r.flag == 1)
+                pivot = r.expression;
+            else
+                heads.push_back(c);
+        } else if (r.attribute == kGroupBy && r.flag == 2) {
+            groups.push_back(r.expression);
+        }
+    }
+    std::string sql = "TRANSFORM " + value + " SELECT " + joinList(heads, ", ");
+    std::string from = fromClause(rows);
+    if (!from.empty()) sql += " FROM " + from;
+    auto where = expressions(rows, kWhere);
+    if (!where.empty()) sql += " WHERE " + joinList(where, " AND ");
+    if (!groups.empty()) sql += " GROUP BY " + joinList(groups, ", ");
+    sql += " PIVOT " + pivot;
+    return sql;
+}
+
+}  // namespace
+
+QueryKind queryKindFromObjectFlags(int objectFlags) {
+    switch (objectFlags & 0xF0) {
+        case 0:
+            return QueryKind::Select;
+        case 16:
+            return QueryKind::CrossTab;
+        case 128:
+            return QueryKind::Union;
+        default:
+            return QueryKind::Action;
+    }
+}
+
+std::string rebuildQuerySql(const std::vector<QueryRow>& rows, int objectFlags) {
+    QueryKind kind = queryKindFromObjectFlags(objectFlags);
+    for (const auto& r : rows) {
+        if (r.attribute != kType || !r.hasFlag) continue;
+        kind = r.flag == 1   ? QueryKind::Select
+               : r.flag == 6 ? QueryKind::CrossTab
+               : r.flag == 9 ? QueryKind::Union
+                             : QueryKind::Action;
+    }
+    switch (kind) {
+        case QueryKind::Select:
+            return selectQuery(rows);
+        case QueryKind::Union:
+            return unionQuery(rows);
+        case QueryKind::CrossTab:
+            return crossTabQuery(rows);
+        case QueryKind::Action:
+            break;
+    }
+    return {};
+}
+
+}  // namespace rq::jet
