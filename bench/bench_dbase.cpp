@@ -15,16 +15,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Spec {
+struct FieldLayout {
     const char* name;
     char type;
     int length;
     int decimals;
 };
 
-constexpr Spec kFields[] = {{"NAME", 'C', 20, 0},  {"AMOUNT", 'N', 12, 2}, {"BORN", 'D', 8, 0},
-                            {"ACTIVE", 'L', 1, 0}, {"CITY", 'C', 15, 0},   {"COUNT", 'N', 6, 0},
-                            {"CODE", 'C', 5, 0},   {"RATIO", 'F', 12, 4}};
+constexpr FieldLayout kFields[] = {
+    {"NAME", 'C', 20, 0}, {"AMOUNT", 'N', 12, 2}, {"BORN", 'D', 8, 0}, {"ACTIVE", 'L', 1, 0},
+    {"CITY", 'C', 15, 0}, {"COUNT", 'N', 6, 0},   {"CODE", 'C', 5, 0}, {"RATIO", 'F', 12, 4}};
 
 void put16(std::string& s, std::size_t at, unsigned v) {
     s[at] = static_cast<char>(v & 0xFF);

@@ -56,7 +56,7 @@ class TempDir {
 };
 
 // Builds a small .dbf: fields are (name, type, length, decimals, flags).
-struct FieldSpec {
+struct FieldLayout {
     std::string name;
     char type;
     int length;
@@ -71,7 +71,7 @@ std::string le32(std::uint32_t v) {
     return le16(static_cast<int>(v & 0xFFFF)) + le16(static_cast<int>(v >> 16));
 }
 
-std::string makeDbf(unsigned version, const std::vector<FieldSpec>& fields,
+std::string makeDbf(unsigned version, const std::vector<FieldLayout>& fields,
                     const std::vector<std::string>& records, int ldid = 0) {
     const bool vfp = version == 0x30 || version == 0x31 || version == 0x32;
     int recordLength = 1;
@@ -300,7 +300,7 @@ TEST(DbaseSamples, ShapefileTableWithoutFieldsHasOneEmptyRecord) {
 
 TEST(DbaseBuilt, NumbersLogicalsAndDatesTakeTheirForms) {
     TempDir dir;
-    std::vector<FieldSpec> f = {{"N", 'N', 8, 2}, {"L", 'L', 1}, {"D", 'D', 8}};
+    std::vector<FieldLayout> f = {{"N", 'N', 8, 2}, {"L", 'L', 1}, {"D", 'D', 8}};
     dir.write("t.dbf", makeDbf(0x03, f,
                                {std::string(" ") + " -000.50" + "T" + "20240115",
                                 std::string(" ") + "      .5" + "F" + "        ",
@@ -328,10 +328,10 @@ TEST(DbaseBuilt, NumbersLogicalsAndDatesTakeTheirForms) {
 TEST(DbaseBuilt, VisualFoxProNullBitsFollowFieldOrder) {
     TempDir dir;
     // V (var bit 0, null bit 1), I nullable (bit 2), C not nullable.
-    std::vector<FieldSpec> f = {{"V", 'V', 5, 0, 0x02},
-                                {"I", 'I', 4, 0, 0x02},
-                                {"C", 'C', 3},
-                                {"_NullFlags", '0', 1, 0, 0x05}};
+    std::vector<FieldLayout> f = {{"V", 'V', 5, 0, 0x02},
+                                  {"I", 'I', 4, 0, 0x02},
+                                  {"C", 'C', 3},
+                                  {"_NullFlags", '0', 1, 0, 0x05}};
     std::string r1 = std::string(" ") + std::string("ab\0\0\x02", 5) + le32(42) + "xyz" + "\x01";
     std::string r2 = std::string(" ") + "abcde" + le32(7) + "   " + "\x06";
     dir.write("v.dbf", makeDbf(0x30, f, {r1, r2}, 0x03));
