@@ -38,8 +38,7 @@ fs::path findIgnoringCase(const fs::path& folder, const std::string& name) {
 
 // Where a table's data file is: its stored location taken relative to the
 // dictionary's folder (backslashes as separators, a drive letter dropped),
-// each part matched ignoring letter case; failing that, its file name beside
-// the dictionary.
+// each part matched ignoring letter case.
 fs::path resolveLocation(const fs::path& folder, std::string location) {
     std::replace(location.begin(), location.end(), '\\', '/');
     if (location.size() >= 2 && location[1] == ':') location.erase(0, 2);
@@ -52,24 +51,24 @@ fs::path resolveLocation(const fs::path& folder, std::string location) {
         if (!part.empty() && part != ".") parts.push_back(part);
         start = slash + 1;
     }
-    if (parts.empty()) return {};
-    fs::path here = folder;
-    bool found = true;
-    for (const auto& part : parts) {
-        if (part == "..") {
-            here = here.parent_path();
-            continue;
+    // The stored path may be absolute on the machine that made it: try it, then
+    // ever shorter tails of it, relative to the dictionary's folder.
+    for (std::size_t first = 0; first < parts.size(); ++first) {
+        fs::path here = folder;
+        bool found = true;
+        for (std::size_t i = first; i < parts.size() && found; ++i) {
+            if (parts[i] == "..") {
+                here = here.parent_path();
+                continue;
+            }
+            fs::path next = findIgnoringCase(here, parts[i]);
+            found = !next.empty();
+            if (found) here = next;
         }
-        fs::path next = findIgnoringCase(here, part);
-        if (next.empty()) {
-            found = false;
-            break;
-        }
-        here = next;
+        std::error_code ec;
+        if (found && fs::is_regular_file(here, ec)) return here;
     }
-    std::error_code ec;
-    if (found && fs::is_regular_file(here, ec)) return here;
-    return findIgnoringCase(folder, parts.back());
+    return {};
 }
 
 class BtrieveDatabase : public Database {

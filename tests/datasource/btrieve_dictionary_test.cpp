@@ -1,0 +1,331 @@
+// Btrieve dictionaries opened as databases: the real doclife dictionary (its
+// expected rows were worked out from the bytes with a separate script) and a
+// small dictionary built here for the field types the sample lacks.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include <unistd.h>
+
+#include "datasource/btrieve/btrievedictionary.h"
+#include "datasource/btrieve/btrievefields.h"
+#include "datasource/database.h"
+#include "datasource/readers.h"
+#include "datasource/sheetloader.h"
+
+using namespace rq;
+namespace bt = rq::btrieve;
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path doclife() {
+    return fs::path(ROWQUILL_FIXTURES) / "btrieve/doclife";
+}
+
+class Collect : public RecordSink {
+  public:
+    void begin(const std::vector<Field>& f) override { fields = f; }
+    void row(const std::string_view* cells, std::size_t n) override {
+        std::string line;
+        for (std::size_t i = 0; i < n; ++i) line += (i ? "|" : "") + std::string(cells[i]);
+        rows.push_back(line);
+    }
+    std::vector<Field> fields;
+    std::vector<std::string> rows;
+};
+
+std::string joinNames(const std::vector<Field>& fields) {
+    std::string s;
+    for (std::size_t i = 0; i < fields.size(); ++i) s += (i ? "|" : "") + fields[i].name;
+    return s;
+}
+
+struct Expected {
+    const char* table;
+    std::size_t count;
+    const char* fields;
+    const char* first;
+    const char* last;
+};
+
+// Every table of the dictionary whose data file exists (code page 866).
+const Expected kDoclife[] = {
+    {"X$File", 30, "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags", "1|X$File|file.ddf|16",
+     "30|Счета_партнеров|f30.dat|0"},
+    {"X$Field", 150, "Xe$Id|Xe$File|Xe$Name|Xe$DataType|Xe$Offset|Xe$Size|Xe$Dec|Xe$Flags",
+     "0|0|ddd|0|0|0|0|0", "169|30|Псевдоним|0|18|16|0|0"},
+    {"X$Index", 84, "Xi$File|Xi$Field|Xi$Number|Xi$Part|Xi$Flags", "1|1|1|1|0", "30|169|2|2|2"},
+    {"X$Relation", 0, "Relation_id|Part|Source_file_id|Source_field_id|Dest_file_id|Dest_index_#",
+     "", ""},
+    {"X$Classificator", 68, "id|item|name", "1|0|string", "12|4|IV квартал"},
+    {"X$Winsize", 31, "WinName|x|y|w|h", "Справочник_работ|46|16|34|9", "Счета_партнеров|2|1|70|9"},
+    {"Статьи_расходов", 16, "Номер_статьи|Название статьи", "1|100000 Текущие расходы",
+     "9|240100 Приобретение оборудования и предметов длительного пользования"},
+    {"Смета_из_Москвы", 0,
+     "Номер_статьи|Сумма_на_1_кв|Сумма_на_2_кв|Сумма_на_3_кв|Сумма_на_4_кв|Замена|Дата "
+     "уточнения|Год",
+     "", ""},
+    {"Номера_счетов_КЗР", 4, "Номер_счета|Наименование_счета|Директорий экспорта|Псевдоним",
+     "19000141468|Штрафной счет|d:\\parus\\bumi|KZR",
+     "39121829|Петроагропромбанк|d:\\parus\\bumi|KZR"},
+    {"Движение_средств", 1, "Номер счета|дата|Сумма|Код_договора|Расход",
+     "19000141481|1994-10-10|111111111111111||false",
+     "19000141481|1994-10-10|111111111111111||false"},
+    {"Справочник_районов", 24, "Номер_района|Наименование_района", "1|Адмиралтейский",
+     "24|Центральный"},
+    {"Типы_договоров", 6, "Код_типа|Название", "1|Землеустроительные работы",
+     "6|Обсл.радиотрансляционных точек"},
+    {"Матрица_приоритетов", 0, "Показатель|Значение показателя|Количество баллов", "", ""},
+    {"Договор", 46,
+     "Номер_договора|Тип_договора|Дата_заключения|Код_партнера|Дата_начала|Дата_окончания|Код_"
+     "получателя|Содержание|Состояние_договора|Примечание|Краткое_описание|Признак "
+     "закрытия|Признак счета|Район|Тип финансирования",
+     "00-002513 (2|3|1995-04-01|63|1995-04-01|1995-12-31|63|Общая площадь 2671.47 кв.м "
+     ",полезная площадь  1311.26 кв.,м|1||КУГИ    Суворовский пр.62|0|0|24|1",
+     "91|5|1995-04-01|57|1995-04-01|1995-12-31|57||1||УВД ПЕТРОДВОРЦОВОГО РАЙОНА, Охрана "
+     "помещений к.228|0|0|18|1"},
+    {"Оплаты_по_договору", 32, "Номер_договора|Дата_оплаты|Сумма|Номер_счета|Номер платежки",
+     "09/000237||0||", "9/95|1995-01-11|7350000|19000141481|"},
+    {"Предложение_к_оплате", 0, "Номер_договора|Сумма|Номер_счета|Дата|Разовый счет", "", ""},
+    {"Справочник_партнеров", 65, "Код партнера|Наименование|Телефоны|Факс",
+     "1|ИЧП \"ГЕО\"|439-50-93|",
+     "66|QQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQ||"},
+    {"Справочник_работ", 6, "Код_строки|Наименование|Номер статьи",
+     "1|Землеустроительные работы|03", "6|Обслуживание радиотрансляционных точек|"},
+    {"Статья_договора", 46,
+     "Договор|Строка договора|Код_работы|Не включать в предл.|Периодичность|Авансирование",
+     "00-002513 (2|47|3|false|2|false", "91|46|5|false|1|false"},
+    {"История_статьи", 82,
+     "Договор|Статья|Дата начала действия|Операция|Изменяем на|Примечание|Авансовый "
+     "платеж|Что изменяется",
+     "|0|1995-01-11|1|153750000||false|0", "91|0|1995-04-01|3|373800||false|0"},
+    {"Тип_финансирования", 4, "Код типа|Приоритет|Номер счета", "1|0|19000141481", "4|0|39121829"},
+    {"Промежуточный_итог", 14, "Номер счета|Код договора|Статья|Сумма|Балл|Обработан",
+     "19000141481|00-002513 (2|0|27382260|136|true", "19069120609|260|0|4800|196|false"},
+    {"Код_финансирования", 4, "Код|Название", "1|Городской счет", "4|Петроагропромбанк"},
+    {"Карточка_договора", 1,
+     "Код договора|Дата|Название|Значение1|Значение2|Значение3|Значение4|Дата 2",
+     "10/95|||0|0|0|0|", "10/95|||0|0|0|0|"},
+    {"Временные_счета", 0,
+     "Номер счета|Признак_оплаты|Дата поступления|Дата оплаты|Код "
+     "партнера|Сумма|Статья|Примечание|Счет для оплаты|Не включать в предл.",
+     "", ""},
+    {"Уровни_доступа", 1, "Код доступа|Пароль|Привелегии|Примечание",
+     "\x1E"
+     "\x1D"
+     "\\\x1E"
+     "]K\\WAY|^PUWS\x1D"
+     "\\RKIS\x16"
+     "Z]P\\WTlA^V@\\WU\x16"
+     "GS\\|zcba[fjobvcm{edUGMDRWJUGV_HC@DE[AEIRHG  [OFNCXKV;H|администратор",
+     "\x1E"
+     "\x1D"
+     "\\\x1E"
+     "]K\\WAY|^PUWS\x1D"
+     "\\RKIS\x16"
+     "Z]P\\WTlA^V@\\WU\x16"
+     "GS\\|zcba[fjobvcm{edUGMDRWJUGV_HC@DE[AEIRHG  [OFNCXKV;H|администратор"},
+    {"Счета_партнеров", 9, "Код_партнера|Номер счета|Псевдоним", "65|19000141468|partner2",
+     "63|19069120609|111111111111111"},
+};
+
+std::unique_ptr<Database> openDoclife(int codepage) {
+    OpenOptions o;
+    o.codepage = codepage;
+    return openFileDatabase("Btrieve;", (doclife() / "FILE.DDF").string(), o);
+}
+
+}  // namespace
+
+TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    auto db = openDoclife(866);
+    EXPECT_EQ(db->name(), (doclife() / "FILE.DDF").string());
+    for (const auto& e : kDoclife) {
+        SCOPED_TRACE(e.table);
+        Collect c;
+        db->read(e.table, c);
+        EXPECT_EQ(joinNames(c.fields), e.fields);
+        EXPECT_EQ(joinNames(db->fields(e.table)), e.fields);
+        ASSERT_EQ(c.rows.size(), e.count);
+        if (e.count == 0) continue;
+        EXPECT_EQ(c.rows.front(), e.first);
+        EXPECT_EQ(c.rows.back(), e.last);
+    }
+}
+
+TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    auto db = openDoclife(866);
+    auto catalog = db->catalog();
+    ASSERT_EQ(catalog.size(), 30u);
+    EXPECT_EQ(catalog[0], (CatalogEntry{"X$File", 0}));
+    EXPECT_EQ(catalog[4], (CatalogEntry{"X$Form", 0}));
+    EXPECT_EQ(catalog[9], (CatalogEntry{"Статьи_расходов", 0}));
+    EXPECT_EQ(catalog[29], (CatalogEntry{"Счета_партнеров", 0}));
+    Collect c;
+    try {
+        db->read("X$Form", c);
+        FAIL() << "a table without a data file loaded";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("form.ddf"), std::string::npos) << e.what();
+    }
+    EXPECT_THROW(db->read("No such table", c), DatabaseError);
+    // Table names match ignoring letter case, as the engine's names do.
+    EXPECT_EQ(joinNames(db->fields("x$file")), "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags");
+}
+
+TEST(BtrieveDictionary, DefaultCodePageIsTheDosOne) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    auto db = openDoclife(0);
+    // The bytes of "Статьи_расходов" read as code page 437.
+    EXPECT_EQ(db->catalog()[9].name, "æΓáΓ∞¿_αáßσ«ñ«ó");
+}
+
+TEST(BtrieveDictionary, LoadsIntoTheSheet) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    auto db = openDoclife(866);
+    DataSheet sheet;
+    auto fields = loadTable(*db, "Справочник_районов", sheet);
+    ASSERT_EQ(fields.size(), 2u);
+    EXPECT_EQ(fields[0].type, kInteger);  // autoincrement of 2 bytes
+    EXPECT_EQ(fields[1].type, kText);
+    EXPECT_EQ(sheet.rows(), 25);
+    EXPECT_EQ(sheet.cell(0, 1), "Наименование_района");
+    EXPECT_EQ(sheet.cell(24, 1), "Центральный");
+}
+
+// A dictionary made here: one table of every field type, one whose data file
+// is missing, stored with locations in another letter case and with
+// backslashes.
+class BtrieveBuiltDictionary : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() / ("rq_btrieve_dict_" + std::to_string(::getpid()));
+        fs::remove_all(dir_);
+        fs::create_directories(dir_ / "data");
+        write(dir_ / "file.ddf",
+              bt::writeDataFile5(512, 87, false,
+                                 {bt::fileDictionaryRecord(1, "Typen", "C:\\APP\\DATA\\TYPEN.DAT"),
+                                  bt::fileDictionaryRecord(2, "Fehlt", "missing.dat")}));
+        std::vector<std::string> fields;
+        auto add = [&](const char* name, int type, int offset, int size, int dec = 0) {
+            fields.push_back(bt::fieldDictionaryRecord(
+                static_cast<std::uint16_t>(fields.size() + 1), 1, name, type,
+                static_cast<std::uint16_t>(offset), static_cast<std::uint16_t>(size), dec));
+        };
+        std::string r;
+        auto put = [&](const char* name, int type, std::string bytes, int dec = 0) {
+            add(name, type, static_cast<int>(r.size()), static_cast<int>(bytes.size()), dec);
+            r += bytes;
+        };
+        using namespace std::string_literals;
+        put("Gr\x94\xE1"
+            "e",
+            bt::kString, "abc       ");
+        put("lstr", bt::kLstring, "\x03xyzQQ");
+        put("zstr", bt::kZstring, "hi\0zz\0"s);
+        put("i1", bt::kInteger, "\xFF");
+        put("i2", bt::kInteger, "\x00\x80"s);
+        put("i4", bt::kInteger, "\x40\xE2\x01\x00"s);
+        put("i8", bt::kInteger, "\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF");
+        put("u2", bt::kUnsigned, "\xFF\xFF");
+        put("auto", bt::kAutoinc, "\x07\x00\x00\x00"s);
+        put("f4", bt::kFloat, "\x9A\x99\x19\x3E");
+        put("f8", bt::kFloat, "\x00\x00\x00\x00\x00\x00\x04\x40"s);
+        put("mbf", bt::kBfloat, "\x00\x00\x80\x80"s);
+        put("date", bt::kDate, "\x0F\x01\xE8\x07");
+        put("nodate", bt::kDate, "\x00\x00\x00\x00"s);
+        put("time", bt::kTime, "\x19\x07\x2D\x0D");
+        put("stamp", bt::kTimestamp, "\x40\x21\x62\x2b\xd0\x15\xdc\x08");
+        put("dec", bt::kDecimal, "\x12\x34\x5D", 2);
+        put("money", bt::kMoney, "\x00\x19\x95\x0C"s, 2);
+        put("num", bt::kNumeric, "0012N", 2);
+        put("numsts", bt::kNumericSts, "123-");
+        put("yes", bt::kLogical, "\x01");
+        put("no", bt::kLogical, "\x00\x00"s);
+        put("cur", bt::kCurrency, "\x0E\x0D\x03\x00\x00\x00\x00\x00"s);
+        put("bit", bt::kBit, "\x08", 3);
+        put("guid", bt::kGuid, "\x33\x22\x11\x00\x55\x44\x77\x66\x88\x99\xAA\xBB\xCC\xDD\xEE\xFF"s);
+        put("wstr", bt::kWstring, "A\0b\0 \0 \0"s);
+        // An index entry is not a column.
+        fields.push_back(bt::fieldDictionaryRecord(90, 1, "by_name", 255, 0, 10));
+        add("note", bt::kNote, static_cast<int>(r.size()), 0);
+        add("beyond", bt::kInteger, 4000, 2);
+        recordLength_ = r.size();
+        write(dir_ / "Field.DDF", bt::writeDataFile5(1024, 32, false, fields));
+        std::string second = r;
+        second[0] = 'Z';
+        write(dir_ / "data" / "typen.dat",
+              bt::writeDataFile5(1024, static_cast<std::uint32_t>(r.size()), true,
+                                 {r + "Memo text\0"s, second}));
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+    static void write(const fs::path& p, const std::string& bytes) {
+        std::ofstream(p, std::ios::binary) << bytes;
+    }
+    std::unique_ptr<Database> open() {
+        return openFileDatabase("Btrieve;", (dir_ / "file.ddf").string());
+    }
+    fs::path dir_;
+    std::size_t recordLength_ = 0;
+};
+
+TEST_F(BtrieveBuiltDictionary, EveryFieldTypeBecomesItsText) {
+    auto db = open();
+    Collect c;
+    db->read("Typen", c);
+    ASSERT_EQ(c.rows.size(), 2u);
+    EXPECT_EQ(joinNames(c.fields),
+              "Größe|lstr|zstr|i1|i2|i4|i8|u2|auto|f4|f8|mbf|date|nodate|time|stamp|dec|money|"
+              "num|numsts|yes|no|cur|bit|guid|wstr|note|beyond");
+    EXPECT_EQ(c.rows[0],
+              "abc|xyz|hi|-1|-32768|123456|-2|65535|7|0.15|2.5|-0.5|2024-01-15||13:45:07.25|"
+              "2024-01-15T13:45:00.5|-123.45|199.5|-1.25|-123|true|false|19.995|true|"
+              "{00112233-4455-6677-8899-AABBCCDDEEFF}|Ab|Memo text|");
+    // No variable part: the note is empty.
+    EXPECT_EQ(c.rows[1].substr(0, 4), "Zbc|");
+    EXPECT_EQ(c.rows[1].substr(c.rows[1].size() - 2), "||");
+}
+
+TEST_F(BtrieveBuiltDictionary, FieldTypesMapToEngineCodes) {
+    auto db = open();
+    std::vector<int> types;
+    for (const auto& f : db->fields("Typen")) types.push_back(f.type);
+    const std::vector<int> expected = {
+        kText,     kText,     kText,    kByte,     kInteger, kLong,     kBigInt,
+        kLong,     kLong,     kSingle,  kDouble,   kSingle,  kDateTime, kDateTime,
+        kDateTime, kDateTime, kDecimal, kCurrency, kDecimal, kDecimal,  kBoolean,
+        kBoolean,  kCurrency, kBoolean, kGuid,     kText,    kMemo,     kInteger};
+    EXPECT_EQ(types, expected);
+}
+
+TEST_F(BtrieveBuiltDictionary, MissingDataFileStaysListedAndFailsClearly) {
+    auto db = open();
+    ASSERT_EQ(db->catalog().size(), 2u);
+    EXPECT_EQ(db->catalog()[1].name, "Fehlt");
+    Collect c;
+    try {
+        db->read("Fehlt", c);
+        FAIL();
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("missing.dat"), std::string::npos) << e.what();
+    }
+}
+
+TEST_F(BtrieveBuiltDictionary, MissingFieldDictionaryIsReported) {
+    fs::remove(dir_ / "Field.DDF");
+    EXPECT_THROW(open(), DatabaseError);
+}
+
+TEST(BtrieveFields, LessCommonEncodings) {
+    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x00\x81", 4)), 1.0);
+    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x20\x84", 4)), 10.0);
+    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x00\x00\x00\x00\x48\x87", 8)), 100.0);
+    EXPECT_EQ(bt::mbfToDouble(std::string(4, '\0')), 0.0);
+    EXPECT_EQ(bt::utf16leToUtf8(std::string("\x3D\xD8\x00\xDE", 4)), "\U0001F600");
+    EXPECT_EQ(bt::utf16leToUtf8(std::string("\x00\xD8", 2)), "\uFFFD");  // lone surrogate
+}
