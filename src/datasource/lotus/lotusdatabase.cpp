@@ -1,11 +1,128 @@
+// Lotus worksheets: the database is the folder; each file with the chosen
+// extension is a table named by its base name. A file holding several sheets
+// gives one table per sheet: the first sheet is named by the base name alone,
+// each further one by the base name, "#" and the sheet's name.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+
+#include "datasource/excel/celltable.h"
+#include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
 
 namespace rq {
 
-std::unique_ptr<Database> openLotusFolder(const std::string& folder, const std::string&,
-                                          const OpenOptions&) {
-    throw DatabaseError("Opening " + folder + ": this kind of database cannot be read yet.",
-                        kErrNotBuilt);
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uintmax_t kMaxFileBytes = std::uintmax_t{256} << 20;
+
+std::string lower(std::string s) {
+    for (auto& c : s)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
+    return s;
+}
+
+class LotusDatabase : public Database {
+  public:
+    LotusDatabase(std::string folder, std::string extension, const OpenOptions& options)
+        : folder_(std::move(folder)), extension_(lower(std::move(extension))) {
+        if (options.codepage > 0) encoding_ = "CP" + std::to_string(options.codepage);
+        std::error_code ec;
+        std::vector<fs::path> files;
+        for (fs::directory_iterator it(folder_, ec), end; !ec && it != end; it.increment(ec)) {
+            std::error_code fe;
+            if (!it->is_regular_file(fe)) continue;
+            if (lower(it->path().extension().string()) == "." + extension_)
+                files.push_back(it->path());
+        }
+        if (ec) throw DatabaseError("The folder '" + folder_ + "' cannot be read.");
+        std::sort(files.begin(), files.end());
+        for (const auto& f : files) load(f);
+    }
+
+    std::string name() const override { return folder_; }
+
+    std::vector<CatalogEntry> catalog() override {
+        std::vector<CatalogEntry> out;
+        for (const auto& t : tables_) out.push_back({t.name, 0});
+        return out;
+    }
+
+    std::vector<Field> fields(const std::string& table) override { return find(table).fields(); }
+    void read(const std::string& table, RecordSink& sink) override { find(table).emit(sink); }
+
+  private:
+    struct Table {
+        std::string name;
+        std::string file;
+        std::string error;  // why the file could not be read, if it could not
+        std::shared_ptr<excel::CellTable> cells;
+    };
+
+    void load(const fs::path& file) {
+        const std::string base = file.stem().string();
+        const std::string path = file.string();
+        std::vector<lotus::LotusSheet> sheets;
+        std::string error;
+        try {
+            std::error_code ec;
+            if (fs::file_size(file, ec) > kMaxFileBytes)
+                throw std::runtime_error("the file is too large");
+            std::ifstream in(file, std::ios::binary);
+            if (!in) throw std::runtime_error("the file cannot be opened");
+            std::string bytes((std::istreambuf_iterator<char>(in)),
+                              std::istreambuf_iterator<char>());
+            sheets = lotus::parseLotusWorkbook(bytes, encoding_);
+        } catch (const std::exception& e) {
+            error = e.what();
+        }
+        if (sheets.empty()) {
+            tables_.push_back({base, path, error.empty() ? "the file holds no sheet" : error, {}});
+            return;
+        }
+        for (std::size_t i = 0; i < sheets.size(); ++i) {
+            std::string name = base;
+            if (i > 0) {
+                std::string sheet = sheets[i].name;
+                if (sheet.empty()) sheet = "Sheet" + std::to_string(i + 1);
+                name += "#" + sheet;
+            }
+            tables_.push_back(
+                {name, path, {}, std::make_shared<excel::CellTable>(std::move(sheets[i].cells))});
+        }
+    }
+
+    const excel::CellTable& find(const std::string& table) const {
+        const Table* hit = nullptr;
+        for (const auto& t : tables_)
+            if (t.name == table) hit = &t;
+        if (!hit)
+            for (const auto& t : tables_)
+                if (lower(t.name) == lower(table)) hit = &t;
+        if (!hit)
+            throw DatabaseError("The table '" + table + "' does not exist in '" + folder_ + "'.");
+        if (!hit->cells)
+            throw DatabaseError("'" + hit->file + "' cannot be read: " + hit->error + ".");
+        return *hit->cells;
+    }
+
+    std::string folder_, extension_, encoding_;
+    std::vector<Table> tables_;
+};
+
+}  // namespace
+
+std::unique_ptr<Database> openLotusFolder(const std::string& folder, const std::string& extension,
+                                          const OpenOptions& options) {
+    std::error_code ec;
+    if (!fs::is_directory(folder, ec))
+        throw DatabaseError("The folder '" + folder + "' does not exist.");
+    return std::make_unique<LotusDatabase>(folder, extension, options);
 }
 
 }  // namespace rq
