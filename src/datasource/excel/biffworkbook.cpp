@@ -288,7 +288,13 @@ int codepageNumber(int stored) {
 BiffWorkbook::BiffWorkbook(std::string stream, const std::string& singleSheetName, int codepage)
     : stream_(std::move(stream)), codepageOverride_(codepage) {
     Record first;
-    if (!readRecord(stream_, 0, first) ||
+    const std::uint16_t firstId =
+        stream_.size() >= 2
+            ? static_cast<std::uint16_t>(static_cast<unsigned char>(stream_[0]) |
+                                         (static_cast<unsigned char>(stream_[1]) << 8))
+            : 0;
+    if ((firstId != kBof && firstId != kBof2 && firstId != kBof3 && firstId != kBof4) ||
+        !readRecord(stream_, 0, first) ||
         (first.id != kBof && first.id != kBof2 && first.id != kBof3 && first.id != kBof4))
         throw WorkbookError(WorkbookError::NotAWorkbook, "the file is not a workbook");
     if (first.id == kBof2 || first.id == kBof3 || first.id == kBof4) {

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "datasource/lotus/lotusworkbook.h"
+#include "datasource/readers.h"
+#include "datasource/sheetloader.h"
+#include "excel_test_support.h"
+
+using namespace rq;
+using rq::testing::TableSink;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kLotus = fs::path(ROWQUILL_FIXTURES) / "lotus" / "sheetjs";
+
+#define REQUIRE_FIXTURES() \
+    if (!fs::exists(kLotus)) GTEST_SKIP() << "sample files not found at " << kLotus
+
+std::vector<std::string> catalogNames(Database& db) {
+    std::vector<std::string> out;
+    for (const auto& e : db.catalog()) out.push_back(e.name);
+    return out;
+}
+
+TableSink readTable(Database& db, const std::string& table) {
+    TableSink sink;
+    db.read(table, sink);
+    return sink;
+}
+
+}  // namespace
+
+TEST(LotusFixtures, EveryReleaseGivesTheSameTable) {
+    REQUIRE_FIXTURES();
+    // The same sheet saved as release 2, 3 and 4 files: numbers, the
+    // formulas TRUE and FALSE (1 and 0), text and a date.
+    const std::pair<const char*, const char*> kinds[] = {
+        {"wk1", "write_L2"}, {"wk3", "write_L3"}, {"wk4", "write_L45"}};
+    for (const auto& [ext, table] : kinds) {
+        SCOPED_TRACE(ext);
+        auto db = openLotusFolder((kLotus / "quattro_export").string(), ext, {});
+        EXPECT_EQ(catalogNames(*db), std::vector<std::string>{table});
+        TableSink t = readTable(*db, table);
+        EXPECT_EQ(t.names(), (std::vector<std::string>{"1", "2", "3", "F4"}));
+        EXPECT_EQ(t.types(), (std::vector<int>{kText, kText, kText, kText}));
+        ASSERT_EQ(t.rows.size(), 3u);
+        EXPECT_EQ(t.rows[0], (std::vector<std::string>{"1", "0", "", "sheetjs"}));
+        // The files hold 0x3FD3333333333334 (release 2) and its extended
+        // precision equal; one step above 0.3.
+        EXPECT_EQ(t.rows[1],
+                  (std::vector<std::string>{"foo", "bar", "2014-02-19", "0.30000000000000004"}));
+        EXPECT_EQ(t.rows[2], (std::vector<std::string>{"baz", "", "qux", ""}));
+    }
+}
+
+TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
+    REQUIRE_FIXTURES();
+    auto db = openFileDatabase("Lotus WK1;", (kLotus / "crlf" / "crlfq9.wk1").string());
+    EXPECT_EQ(db->name(), (kLotus / "crlf").string());
+    // CRLFR9.WK1 and crlfq9.wk1; not the .WK3, .123, .FM3 or .wks files.
+    EXPECT_EQ(catalogNames(*db), (std::vector<std::string>{"CRLFR9", "crlfq9"}));
+
+    // Formula cells give their cached text, read from the file's own string
+    // record where the library leaves it out.
+    TableSink a = readTable(*db, "CRLFR9");
+    EXPECT_EQ(a.names(), (std::vector<std::string>{"Normal", "abcdef"}));
+    EXPECT_EQ(a.rows, (std::vector<std::vector<std::string>>{{"Formula", "abcdef"}}));
+    TableSink b = readTable(*db, "crlfq9");
+    ASSERT_EQ(b.rows.size(), 2u);  // cells with formatting only do not count
+    EXPECT_EQ(b.rows[0][1], "abc\r\ndef");
+    EXPECT_EQ(b.rows[1][0], "Test");
+
+    auto wk4 = openLotusFolder((kLotus / "crlf").string(), "wk4", {});
+    EXPECT_EQ(catalogNames(*wk4), (std::vector<std::string>{"CRLFR9", "crlfq9"}));
+    DataSheet sheet;
+    loadTable(*wk4, "crlfq9", sheet);
+    EXPECT_EQ(sheet.cell(0, 1), "abcdef");
+    EXPECT_EQ(sheet.cell(1, 1), "abcdef");
+}
+
+TEST(LotusFolder, UnreadableFilesAreListedButFailWhenRead) {
+    const fs::path dir = fs::temp_directory_path() / "rowquill_lotus_bad";
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    std::ofstream(dir / "junk.WK3") << "not a worksheet at all";
+    std::ofstream(dir / "other.txt") << "ignored";
+    auto db = openLotusFolder(dir.string(), "wk3", {});
+    EXPECT_EQ(catalogNames(*db), std::vector<std::string>{"junk"});
+    try {
+        TableSink t;
+        db->read("junk", t);
+        ADD_FAILURE() << "read a file that is no worksheet";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("junk.WK3"), std::string::npos) << e.what();
+    }
+    EXPECT_THROW(db->fields("missing"), DatabaseError);
+    EXPECT_TRUE(catalogNames(*openLotusFolder(dir.string(), "wk1", {})).empty());
+    fs::remove_all(dir);
+    EXPECT_THROW(openLotusFolder(dir.string(), "wk1", {}), DatabaseError);
+}
