@@ -11,12 +11,15 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -x "$build/src/app/rowquill" ]
   export QTWEBENGINE_DISABLE_SANDBOX=1
   exec "$build/src/app/rowquill" "$example"
 fi
-if [ -x "$build/rowquill-cli" ] || [ -x "$build/src/rowquill-cli" ]; then
-  cli="$build/src/rowquill-cli"
-  out="${TMPDIR:-/tmp}/rowquill-example.xml"
-  "$cli" convert "$example" --table "orders#csv" -o "$out"
-  echo "XML written to $out"
-else
-  echo "Built into $build:"
+cli="$build/src/rowquill-cli"
+if [ ! -x "$cli" ]; then
+  echo "rowquill-cli was not built; built into $build:"
   find "$build" -maxdepth 3 -type f -perm -u+x -name 'rowquill*' | sort
+  exit 1
 fi
+out="${TMPDIR:-/tmp}/rowquill-example.xml"
+echo "Tables of $example:"
+"$cli" tables "$example" | sed 's/^/  /'
+"$cli" convert "$example" --table "orders#csv" --layout examples/orders/orders.rqlayout \
+  --convert-symbols -o "$out"
+echo "XML written to $out"

@@ -350,8 +350,15 @@ void convertSingle(LayoutTree& tree, const DataSheet& sheet, const Options& o, P
     AtomicFile file;
     if (!file.open(o.output)) failure(file.error());
     bool ok = true;
+    std::string bytes;
     ChunkSink sink = [&](std::string& chunk) {
-        if (ok) ok = o.convertSymbols ? file.write(chunk) : file.write(encodeForFile(chunk, false));
+        if (ok && o.convertSymbols) {
+            ok = file.write(chunk);
+        } else if (ok) {
+            bytes.clear();
+            appendFileBytes(bytes, chunk, false);
+            ok = file.write(bytes);
+        }
         chunk.clear();
     };
     RecordProgress progress;

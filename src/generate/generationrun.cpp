@@ -6,10 +6,12 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
 
+#include "generate/cp1252.h"
 #include "generate/escape.h"
 #include "layout/defaultlayout.h"
 
@@ -149,8 +151,37 @@ bool writeFileAtomically(const std::string& path, std::string_view bytes) {
     return f.open(path) && f.write(bytes) && f.commit();
 }
 
+void appendFileBytes(std::string& out, std::string_view utf8, bool convertSymbols) {
+    if (convertSymbols) {
+        out.append(utf8);
+        return;
+    }
+    out.reserve(out.size() + utf8.size());
+    const char* s = utf8.data();
+    const std::size_t n = utf8.size();
+    std::size_t i = 0;
+    while (i < n) {
+        std::size_t start = i;
+        // Whole words of ASCII first, then single bytes.
+        while (i + 8 <= n) {
+            std::uint64_t w;
+            std::memcpy(&w, s + i, 8);
+            if (w & 0x8080808080808080ULL) break;
+            i += 8;
+        }
+        while (i < n && !(static_cast<unsigned char>(s[i]) & 0x80)) ++i;
+        out.append(s + start, i - start);
+        if (i >= n) break;
+        char32_t c;
+        i += decodeUtf8(utf8, i, c);
+        int code = unicodeToCp1252(c);
+        out += code < 0 ? '?' : static_cast<char>(code);
+    }
+}
+
 std::string documentFileBytes(std::string_view documentText, bool convertSymbols) {
-    std::string bytes = encodeForFile(documentText, convertSymbols);
+    std::string bytes;
+    appendFileBytes(bytes, documentText, convertSymbols);
     bytes += "\r\n";
     return bytes;
 }
@@ -205,9 +236,11 @@ SplitResult writeSeparateFiles(const LayoutTree& tree, WorkingTable& work, const
             };
         writeDocument(tree, work, sheet, a, b, doc, {}, each);
         std::string name = splitFileName(a, b);
+        bytes.clear();
+        appendFileBytes(bytes, doc, convertSymbols);
+        bytes += "\r\n";
         AtomicFile f;
-        if (!f.open(result.folder + name) || !f.write(encodeForFile(doc, convertSymbols)) ||
-            !f.write("\r\n") || !f.commit())
+        if (!f.open(result.folder + name) || !f.write(bytes) || !f.commit())
             throw std::runtime_error(f.error());
         result.files.push_back(std::move(name));
         ++result.documents;

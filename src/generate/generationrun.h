@@ -59,6 +59,10 @@ class AtomicFile {
 // place. Returns false (and leaves no half file under path) on failure.
 bool writeFileAtomically(const std::string& path, std::string_view bytes);
 
+// Appends encodeForFile(utf8, convertSymbols) to out, copying runs of ASCII
+// text in one step (the fast form for large documents).
+void appendFileBytes(std::string& out, std::string_view utf8, bool convertSymbols);
+
 // The bytes a saved document is written as: encodeForFile(text, convertSymbols)
 // followed by "\r\n".
 std::string documentFileBytes(std::string_view documentText, bool convertSymbols);

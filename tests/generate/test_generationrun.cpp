@@ -4,8 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 
+#include "generate/escape.h"
 #include "generate/generationrun.h"
 #include "layout/defaultlayout.h"
 
@@ -269,4 +271,23 @@ TEST(FolderChooser, CopyAndNewFolder) {
 TEST(FolderChooser, OverwriteQuestionNamesTheFileOnly) {
     EXPECT_EQ(overwriteQuestion("/home/u/out/doc.xml"),
               "doc.xml already exits, would you like to overwrite it?");
+}
+
+TEST(SavedFiles, FastEncodingMatchesEncodeForFile) {
+    std::mt19937 rng(7);
+    const std::vector<std::string> pieces = {"a",        "plain ascii text ",
+                                             "\xC3\xA9", "\xE2\x82\xAC",
+                                             "\xD0\x96", "\xF0\x9F\x98\x80",
+                                             "\xFF",     "\xC3",
+                                             "\r\n",     "<&>"};
+    for (int round = 0; round < 200; ++round) {
+        std::string s;
+        int len = static_cast<int>(rng() % 40);
+        for (int i = 0; i < len; ++i) s += pieces[rng() % pieces.size()];
+        for (bool convert : {false, true}) {
+            std::string fast = "prefix";
+            appendFileBytes(fast, s, convert);
+            EXPECT_EQ(fast, "prefix" + encodeForFile(s, convert)) << s;
+        }
+    }
 }

@@ -74,10 +74,22 @@ class MappedFile {
     MappedFile(const MappedFile&) = delete;
     MappedFile& operator=(const MappedFile&) = delete;
     std::string_view bytes() const { return {data_ ? data_ : "", size_}; }
+    // Gives back the pages wholly before `upTo` (text already read); they are
+    // read again from the file should they be touched.
+    void release(const char* upTo) {
+        if (!data_ || upTo < data_ || upTo > data_ + size_) return;
+        static const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+        std::size_t len = static_cast<std::size_t>(upTo - data_) / page * page;
+        if (len > released_) {
+            ::madvise(const_cast<char*>(data_) + released_, len - released_, MADV_DONTNEED);
+            released_ = len;
+        }
+    }
 
   private:
     const char* data_ = nullptr;
     std::size_t size_ = 0;
+    std::size_t released_ = 0;
 };
 
 bool allAscii(std::string_view s) {
@@ -93,9 +105,38 @@ bool allAscii(std::string_view s) {
     return true;
 }
 
+// Valid UTF-8, checked a word at a time through ASCII text.
+bool validUtf8(std::string_view s) {
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(s.data());
+    const std::size_t n = s.size();
+    std::size_t i = 0;
+    while (i < n) {
+        while (i + 8 <= n) {
+            std::uint64_t w;
+            std::memcpy(&w, p + i, 8);
+            if (w & 0x8080808080808080ULL) break;
+            i += 8;
+        }
+        if (i >= n) break;
+        unsigned c = p[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t len = (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+        if (len == 0 || i + len > n || (len == 2 && c < 0xC2)) return false;
+        for (std::size_t k = 1; k < len; ++k)
+            if ((p[i + k] & 0xC0) != 0x80) return false;
+        i += len;
+    }
+    return true;
+}
+
 // How many records are looked at to find the number of columns of a file
 // without a schema.
 constexpr int kScanRows = 25;
+// How much read text is given back to the system at a time.
+constexpr std::size_t kReleaseStep = 8u << 20;
 
 // One table, opened: its text as UTF-8, its settings and its fields.
 struct OpenedTable {
@@ -133,7 +174,7 @@ class TextDatabase : public Database {
             MappedFile ini(schemaPath_);
             std::string_view bytes = ini.bytes();
             if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
-            if (valuetext::isValidUtf8(bytes))
+            if (validUtf8(bytes))
                 schema_ = text::SchemaIni(bytes);
             else
                 schema_ = text::SchemaIni(CodePage::get(1252).toUtf8(bytes));
@@ -167,7 +208,13 @@ class TextDatabase : public Database {
             std::vector<std::string> converted(ncols);
             bool typed = false;
             for (int ty : t.types) typed = typed || (ty != kText && ty != kMemo);
+            const bool mapped = t.decoded.empty();
+            std::size_t nextRelease = kReleaseStep;
             while (scanner.next(raw)) {
+                if (mapped && scanner.offset() >= nextRelease) {
+                    t.file->release(t.text.data() + scanner.offset());
+                    nextRelease = scanner.offset() + kReleaseStep;
+                }
                 const std::size_t have = std::min(raw.size(), ncols);
                 if (!typed) {
                     if (have == ncols) {
@@ -245,8 +292,9 @@ class TextDatabase : public Database {
             t.text = bytes;
             return;
         }
-        if (!charset) charset = valuetext::isValidUtf8(bytes) ? 65001 : 1252;
-        if (charset == 65001 && valuetext::isValidUtf8(bytes)) {
+        const bool valid = (!charset || charset == 65001) && validUtf8(bytes);
+        if (!charset) charset = valid ? 65001 : 1252;
+        if (charset == 65001 && valid) {
             t.text = bytes;
             return;
         }
