@@ -411,11 +411,18 @@ int run(const Options& o) {
             progress = [&](double, const std::string& status) {
                 if (++r % step == 0) line.show(status);
             };
-        std::string text = csvExportText(sheet, progress);
-        line.clear();
         AtomicFile f;
-        if (!f.open(o.output) || !f.write(text) || !f.write("\r\n") || !f.commit())
-            failure(f.error());
+        if (!f.open(o.output)) failure(f.error());
+        bool ok = true;
+        csvExportChunks(
+            sheet,
+            [&](std::string& chunk) {
+                ok = ok && f.write(chunk);
+                chunk.clear();
+            },
+            progress);
+        line.clear();
+        if (!ok || !f.write("\r\n") || !f.commit()) failure(f.error());
         return 0;
     }
     LayoutTree tree;

@@ -124,12 +124,7 @@ bool AtomicFile::commit() {
         return fail("Cannot write");
     }
     fd_ = -1;
-    // A folder standing under the final name is not replaced by a file.
-    std::error_code ec;
-    if (fs::is_directory(path_, ec)) {
-        errno = EISDIR;
-        return fail("Cannot write");
-    }
+    // rename refuses (EISDIR) to put a file over a folder of the same name.
     if (::rename(temp_.c_str(), path_.c_str()) != 0) return fail("Cannot write");
     temp_.clear();
     return true;

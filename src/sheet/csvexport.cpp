@@ -9,32 +9,64 @@ std::string exportingText(double percent) {
     return "Exporting... " + std::to_string(static_cast<long long>(percent)) + "% completed";
 }
 
-std::string csvExportText(const DataSheet& sheet, const ExportProgress& progress) {
+namespace {
+
+// Appends the header line, then each record line; afterRecord(r) runs after
+// record r has been appended.
+template <class Append, class After>
+void exportLines(const DataSheet& sheet, Append&& append, After&& afterRecord) {
     const int R = sheet.rows() - 1;
     const int C = sheet.cols() - 1;
-    StringBuilder b;
     for (int c = 0; c <= C; ++c) {
-        Concat(b, "\"");
-        Concat(b, sheet.cell(0, c));
-        Concat(b, "\"");
-        if (c < C) Concat(b, ",");
+        append("\"");
+        append(sheet.cell(0, c));
+        append("\"");
+        if (c < C) append(",");
     }
-    Concat(b, "\r\n");
+    append("\r\n");
     for (int r = 1; r <= R; ++r) {
         for (int c = 0; c <= C; ++c) {
             std::string_view v = sheet.cell(r, c);
             if (c == C && v.empty()) continue;
-            Concat(b, "\"");
-            Concat(b, v);
-            Concat(b, "\",");
+            append("\"");
+            append(v);
+            append("\",");
         }
-        Concat(b, "\r\n");
-        if (progress) {
-            double percent = static_cast<double>(r) / R * 100.0;
-            progress(percent, exportingText(percent));
-        }
+        append("\r\n");
+        afterRecord(r);
     }
+}
+
+void reportProgress(const ExportProgress& progress, int r, int R) {
+    if (!progress) return;
+    double percent = static_cast<double>(r) / R * 100.0;
+    progress(percent, exportingText(percent));
+}
+
+}  // namespace
+
+std::string csvExportText(const DataSheet& sheet, const ExportProgress& progress) {
+    StringBuilder b;
+    const int R = sheet.rows() - 1;
+    exportLines(
+        sheet, [&](std::string_view piece) { Concat(b, piece); },
+        [&](int r) { reportProgress(progress, r, R); });
     return b.take();
+}
+
+void csvExportChunks(const DataSheet& sheet, const std::function<void(std::string&)>& sink,
+                     const ExportProgress& progress) {
+    constexpr std::size_t kChunk = 1 << 20;
+    std::string out;
+    out.reserve(kChunk + (kChunk >> 2));
+    const int R = sheet.rows() - 1;
+    exportLines(
+        sheet, [&](std::string_view piece) { out.append(piece); },
+        [&](int r) {
+            if (out.size() >= kChunk) sink(out);
+            reportProgress(progress, r, R);
+        });
+    sink(out);
 }
 
 bool cndsaveexptxt(const std::string& path, const std::string& text) {

@@ -20,6 +20,11 @@ std::string exportingText(double percent);
 // The text of the export: the header line, "\r\n", then the record lines.
 std::string csvExportText(const DataSheet& sheet, const ExportProgress& progress = {});
 
+// The same text handed over in pieces of about a megabyte, whole lines each:
+// sink receives the text and must leave the string empty.
+void csvExportChunks(const DataSheet& sheet, const std::function<void(std::string&)>& sink,
+                     const ExportProgress& progress = {});
+
 // cndsaveexptxt: writes the text followed by the final "\r\n" of the write, as
 // UTF-8, through a temporary file renamed into place. False on failure.
 bool cndsaveexptxt(const std::string& path, const std::string& text);

@@ -74,3 +74,20 @@ TEST(CsvExport, FileIsUtf8WithTheWritesOwnLineEnd) {
     EXPECT_FALSE(cndsaveexptxt((dir / "no" / "out.txt").string(), "x"));
     fs::remove_all(dir);
 }
+
+TEST(CsvExport, ChunkedExportGivesTheSameText) {
+    DataSheet s(30001, 3);
+    for (int c = 0; c < 3; ++c) s.setCell(0, c, "H" + std::to_string(c));
+    for (int r = 1; r < s.rows(); ++r)
+        for (int c = 0; c < 3; ++c)
+            if ((r + c) % 5) s.setCell(r, c, std::string(static_cast<std::size_t>(r % 40), 'x'));
+    std::string joined;
+    int pieces = 0;
+    csvExportChunks(s, [&](std::string& chunk) {
+        joined += chunk;
+        chunk.clear();
+        ++pieces;
+    });
+    EXPECT_GT(pieces, 1);
+    EXPECT_EQ(joined, csvExportText(s));
+}
