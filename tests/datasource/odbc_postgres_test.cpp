@@ -1,0 +1,269 @@
+// The ODBC source against a real PostgreSQL server through its ODBC driver.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+
+#include "datasource/odbc/odbcsource.h"
+#include "datasource/sheetloader.h"
+#include "odbc_test_support.h"
+
+using namespace rq;
+using rq::odbctest::Collected;
+
+namespace {
+
+// A fresh database on the test server; its connection string, or "" (test skipped).
+std::string freshDatabase(const std::string& name) {
+    std::string why;
+    std::string server = odbctest::postgresConnectionString(&why);
+    if (server.empty()) return {};
+    odbctest::execute(server, {"drop database if exists " + name, "create database " + name});
+    std::string cs = server;
+    cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
+    return cs;
+}
+
+#define PG_DATABASE(var, name)                    \
+    std::string var = freshDatabase(name);        \
+    if (var.empty()) {                            \
+        std::string why;                          \
+        odbctest::postgresConnectionString(&why); \
+        if (!why.empty()) GTEST_SKIP() << why;    \
+        FAIL() << "no test server";               \
+    }
+
+std::vector<std::string> namesOf(const std::vector<CatalogEntry>& entries) {
+    std::vector<std::string> names;
+    for (const auto& e : entries) {
+        EXPECT_EQ(e.marker, 0) << e.name;
+        names.push_back(e.name);
+    }
+    return names;
+}
+
+const OdbcFetchMode kAllModes[] = {OdbcFetchMode::Automatic, OdbcFetchMode::Bound,
+                                   OdbcFetchMode::CellByCell};
+
+}  // namespace
+
+TEST(OdbcPostgres, ListsTablesThenViewsAndHidesSystemAndTildeNames) {
+    PG_DATABASE(cs, "rq_catalog");
+    odbctest::execute(cs, {
+                              R"(create table "Zeta" (a int))",
+                              R"(create table "Order Lines" (a int))",
+                              R"(create table "MSysObjects" (a int))",
+                              R"(create table "~TMP1" (a int))",
+                              R"(create view "Active Customers" as select 1 as one)",
+                              R"(create view msysview as select 1 as one)",
+                              R"(create view "Alpha View" as select 2 as two)",
+                          });
+    auto source = openOdbcSource(cs);
+    // Every name the driver reports, tables before views.
+    auto all = namesOf(source->catalog());
+    auto pos = [&](const std::string& n) {
+        return std::find(all.begin(), all.end(), n) - all.begin();
+    };
+    ASSERT_EQ(all.size(), 7u);
+    for (const char* table : {"Zeta", "Order Lines", "MSysObjects", "~TMP1"})
+        for (const char* view : {"Active Customers", "msysview", "Alpha View"})
+            EXPECT_LT(pos(table), pos(view)) << table << " / " << view;
+    EXPECT_EQ(namesOf(listedCatalog(*source)),
+              (std::vector<std::string>{"Order Lines", "Zeta", "Active Customers", "Alpha View"}));
+
+    // The name is the completed connection string, and it reconnects.
+    EXPECT_EQ(source->name(), source->connectionString());
+    EXPECT_NE(source->name().find("rq_catalog"), std::string::npos);
+    EXPECT_EQ(source->identifierQuote(), "\"");
+    auto again = openOdbcSource(source->name());
+    EXPECT_EQ(again->catalog(), source->catalog());
+}
+
+TEST(OdbcPostgres, SourceWithoutTablesListsNothing) {
+    PG_DATABASE(cs, "rq_empty");
+    auto source = openOdbcSource(cs);
+    EXPECT_TRUE(source->catalog().empty());
+}
+
+TEST(OdbcPostgres, ValuesBecomeTheirTextInEveryFetchMode) {
+    PG_DATABASE(cs, "rq_values");
+    std::string longText;
+    for (int i = 0; i < 20000; ++i) longText += "abcd" + std::to_string(i % 10);
+    odbctest::execute(
+        cs, {
+                R"(create table "Mixed Values" (id int4, small int2, big int8, r float4, d float8,
+                 n numeric(12,4), flag boolean, day date, tm time, ts timestamp, u uuid,
+                 raw bytea, fixed char(6), name varchar(20), note text, loose varchar))",
+                "insert into \"Mixed Values\" values (1, -32768, 9223372036854775807, 0.15, 0.1, "
+                "12.5000, true, '2024-01-15', '13:45:00.25', '2024-01-15 13:45:00', "
+                "'a0eebc99-9c0b-4ef8-bb6d-6bb9bd380a11', '\\x00ff41', 'ab', 'Zoë 日本 😀', '" +
+                    longText + "', repeat('y', 300))",
+                "insert into \"Mixed Values\" values (2, null, null, null, null, null, null, null, "
+                "null, null, null, null, null, null, null, null)",
+                "insert into \"Mixed Values\" values (3, 7, -1, -2.5, 1e300, -0.0005, false, "
+                "'0001-01-01', '00:00:00', '1999-12-31 23:59:59.123', null, '\\x', '', '', '', '')",
+            });
+    auto source = openOdbcSource(cs);
+    for (OdbcFetchMode mode : kAllModes) {
+        SCOPED_TRACE(static_cast<int>(mode));
+        source->setFetchMode(mode);
+        Collected got;
+        source->read("Mixed Values", got);
+        ASSERT_TRUE(got.ended);
+        EXPECT_EQ(got.names(), (std::vector<std::string>{"id", "small", "big", "r", "d", "n",
+                                                         "flag", "day", "tm", "ts", "u", "raw",
+                                                         "fixed", "name", "note", "loose"}));
+        std::vector<int> types;
+        for (const auto& f : got.fields) types.push_back(f.type);
+        // int4, int2, int8, float4, float8, numeric, bool, date, time, timestamp, uuid,
+        // bytea (long binary), char, varchar, text (long varchar), varchar.
+        EXPECT_EQ(types, (std::vector<int>{3, 2, 20, 4, 5, 131, 11, 133, 134, 135, 72, 205, 129,
+                                           200, 201, 200}));
+        ASSERT_EQ(got.rows.size(), 3u);
+        EXPECT_EQ(got.rows[0], (std::vector<std::string>{
+                                   "1", "-32768", "9223372036854775807", "0.15", "0.1", "12.5",
+                                   "true", "2024-01-15", "13:45:00.25", "2024-01-15T13:45:00",
+                                   "A0EEBC99-9C0B-4EF8-BB6D-6BB9BD380A11", "AP9B", "ab",
+                                   "Zoë 日本 😀", longText, std::string(300, 'y')}));
+        EXPECT_EQ(got.rows[1], (std::vector<std::string>{"2", "", "", "", "", "", "", "", "", "",
+                                                         "", "", "", "", "", ""}));
+        EXPECT_EQ(got.rows[2],
+                  (std::vector<std::string>{"3", "7", "-1", "-2.5", "1e+300", "-0.0005", "false",
+                                            "0001-01-01", "00:00:00", "1999-12-31T23:59:59.123", "",
+                                            "", "", "", "", ""}));
+    }
+}
+
+TEST(OdbcPostgres, BlocksOfRowsWithLongValuesAmongThem) {
+    PG_DATABASE(cs, "rq_blocks");
+    odbctest::execute(cs, {"create table t (id int, label text, amount numeric(10,2))",
+                           "insert into t select i, case when i % 700 = 0 then repeat('L', 5000 "
+                           "+ i) else 'row ' || i end, i * 0.25 from generate_series(1, 2500) i"});
+    auto source = openOdbcSource(cs);
+    for (OdbcFetchMode mode : kAllModes) {
+        SCOPED_TRACE(static_cast<int>(mode));
+        source->setFetchMode(mode);
+        DataSheet sheet;
+        loadQuery(*source, "select * from t order by id", sheet);
+        ASSERT_EQ(sheet.rows(), 2501);
+        ASSERT_EQ(sheet.cols(), 3);
+        int wrong = 0;
+        for (int i = 1; i <= 2500; ++i) {
+            std::string label =
+                i % 700 == 0 ? std::string(5000 + i, 'L') : "row " + std::to_string(i);
+            int cents = i * 25;
+            std::string amount = std::to_string(cents / 100);
+            if (cents % 100) {
+                amount += "." + std::to_string(cents % 100 / 10);
+                if (cents % 10) amount += std::to_string(cents % 10);
+            }
+            if (sheet.cell(i, 0) != std::to_string(i) || sheet.cell(i, 1) != label ||
+                sheet.cell(i, 2) != amount) {
+                if (++wrong < 5)
+                    ADD_FAILURE() << "row " << i << ": " << sheet.cell(i, 0) << " | "
+                                  << sheet.cell(i, 1).substr(0, 20) << " | " << sheet.cell(i, 2);
+            }
+        }
+        EXPECT_EQ(wrong, 0);
+    }
+}
+
+TEST(OdbcPostgres, BracketedNamesRunAsTheDriversQuoting) {
+    PG_DATABASE(cs, "rq_brackets");
+    odbctest::execute(cs, {R"(create table "Order Lines" ("Item Name" varchar(20), "Qty" int))",
+                           R"(insert into "Order Lines" values ('Bolt', 5), ('[Nut]', 7))"});
+    auto source = openOdbcSource(cs);
+    DataSheet sheet;
+    loadTable(*source, "Order Lines", sheet);
+    ASSERT_EQ(sheet.rows(), 3);
+    EXPECT_EQ(sheet.cell(0, 0), "Item Name");
+    EXPECT_EQ(sheet.cell(2, 0), "[Nut]");
+
+    // Brackets inside string literals are data, not identifiers.
+    Collected got;
+    source->query(
+        "Select [Order Lines].[Item Name], '[kept]' as [a b] From [Order Lines] "
+        "Where ([Order Lines].[Item Name] = '[Nut]' Or [Order Lines].[Qty] > 6 )",
+        got);
+    EXPECT_EQ(got.names(), (std::vector<std::string>{"Item Name", "a b"}));
+    ASSERT_EQ(got.rows.size(), 1u);
+    EXPECT_EQ(got.rows[0], (std::vector<std::string>{"[Nut]", "[kept]"}));
+
+    auto fields = source->fields("Order Lines");
+    ASSERT_EQ(fields.size(), 2u);
+    EXPECT_EQ(fields[0].name, "Item Name");
+    EXPECT_EQ(fields[1].name, "Qty");
+    EXPECT_EQ(fields[1].type, kAdoInteger);
+}
+
+TEST(OdbcPostgres, FailuresGiveTheDriversMessage) {
+    PG_DATABASE(cs, "rq_errors");
+    odbctest::execute(cs, {"create table t (a int)"});
+    auto source = openOdbcSource(cs);
+    Collected got;
+    try {
+        source->query("Selec * from t", got);
+        FAIL() << "a bad statement ran";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("syntax error"), std::string::npos) << e.what();
+    }
+    try {
+        source->read("No Such Table", got);
+        FAIL() << "a missing table loaded";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("No Such Table"), std::string::npos) << e.what();
+    }
+    EXPECT_THROW(source->query("set search_path to public", got), DatabaseError);
+
+    // The sheet keeps what it held when a load fails.
+    DataSheet sheet = DataSheet::startup();
+    EXPECT_THROW(loadTable(*source, "No Such Table", sheet), DatabaseError);
+    EXPECT_EQ(sheet.cell(0, 0), "Element 1");
+}
+
+TEST(OdbcPostgres, ServerThatIsDownGivesAClearErrorWithoutHanging) {
+    std::string why;
+    std::string server = odbctest::postgresConnectionString(&why);
+    if (server.empty()) {
+        if (!why.empty()) GTEST_SKIP() << why;
+        FAIL() << "no test server";
+    }
+    std::string driver = odbctest::driverNamed("psqlodbcw");
+    if (driver.empty()) driver = odbctest::driverNamed("psqlodbca");
+
+    // Nothing listens on the port.
+    int closedPort = odbctest::unusedPort();
+    try {
+        openOdbcSource("Driver={" + driver + "};Server=127.0.0.1;Port=" +
+                       std::to_string(closedPort) + ";Database=postgres;Uid=rowquill;");
+        FAIL() << "opened a source with no server";
+    } catch (const DatabaseError& e) {
+        std::string text = e.what();
+        EXPECT_EQ(text.rfind("Error Opening DataSource: ", 0), 0u) << text;
+        EXPECT_GT(text.size(), std::string("Error Opening DataSource: ").size() + 5) << text;
+    }
+
+    // A server that accepts the connection and never answers: the login timeout ends it.
+    int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    ASSERT_EQ(listen(fd, 4), 0);
+    socklen_t len = sizeof addr;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+    auto started = std::chrono::steady_clock::now();
+    EXPECT_THROW(openOdbcSource("Driver={" + driver + "};Server=127.0.0.1;Port=" +
+                                    std::to_string(ntohs(addr.sin_port)) +
+                                    ";Database=postgres;Uid=rowquill;",
+                                2),
+                 DatabaseError);
+    auto waited = std::chrono::steady_clock::now() - started;
+    close(fd);
+    // Not a timing measurement: a hang would otherwise only show as the test run stalling.
+    EXPECT_LT(waited, std::chrono::seconds(60));
+}
