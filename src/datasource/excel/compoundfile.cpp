@@ -39,8 +39,11 @@ class Container {
         if (miniShift == 0 || miniShift >= shift) damaged("small sector size");
         sectorSize_ = std::size_t{1} << shift;
         miniSize_ = std::size_t{1} << miniShift;
+        // Sector n starts at (n + 1) * size: the header fills sector "-1".
         // A last sector cut short still counts; reads past the end fail.
-        sectorCount_ = (bytes.size() - 512 + sectorSize_ - 1) / sectorSize_;
+        sectorCount_ = bytes.size() <= sectorSize_
+                           ? 0
+                           : (bytes.size() - sectorSize_ + sectorSize_ - 1) / sectorSize_;
         miniCutoff_ = le32(bytes, 0x38);
         loadFat();
         loadDirectory();
@@ -65,7 +68,7 @@ class Container {
   private:
     std::string_view sector(std::uint32_t n) const {
         if (n >= sectorCount_) damaged("sector out of range");
-        const std::size_t at = 512 + std::size_t{n} * sectorSize_;
+        const std::size_t at = (std::size_t{n} + 1) * sectorSize_;
         return file_.substr(at, sectorSize_);  // may be short at the end of the file
     }
 
