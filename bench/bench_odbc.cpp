@@ -1,0 +1,151 @@
+// Loading a million rows of eight columns from a PostgreSQL server through its
+// ODBC driver into the data sheet. The server is a private one started for the
+// run (needs the postgresql and odbc-postgresql packages).
+#include <benchmark/benchmark.h>
+#include <sql.h>
+#include <sqlext.h>
+#include <sys/resource.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "datasource/odbc/odbcsource.h"
+#include "datasource/sheetloader.h"
+
+namespace fs = std::filesystem;
+using namespace rq;
+
+namespace {
+
+constexpr int kRows = 1'000'000;
+
+std::string script() {
+    return (fs::path(__FILE__).parent_path().parent_path() / "tests" / "datasource" /
+            "odbc_pg_server.sh")
+        .string();
+}
+
+int freePort() {
+    int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    socklen_t len = sizeof addr;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
+    close(fd);
+    return ntohs(addr.sin_port);
+}
+
+void run(const std::string& cs, const char* sql) {
+    SQLHENV env;
+    SQLHDBC dbc;
+    SQLHSTMT st;
+    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+    std::string c = cs;
+    SQLDriverConnect(dbc, nullptr, reinterpret_cast<SQLCHAR*>(c.data()), SQL_NTS, nullptr, 0,
+                     nullptr, SQL_DRIVER_NOPROMPT);
+    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+    SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(const_cast<char*>(sql)), SQL_NTS);
+    SQLFreeHandle(SQL_HANDLE_STMT, st);
+    SQLDisconnect(dbc);
+    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+    SQLFreeHandle(SQL_HANDLE_ENV, env);
+}
+
+// The server with the table "bench" filled once for the whole run.
+struct Server {
+    std::string folder, connection;
+    Server() {
+        char pattern[] = "/tmp/rowquill-bench-pg-XXXXXX";
+        if (!mkdtemp(pattern)) return;
+        folder = pattern;
+        int port = freePort();
+        std::string command = "'" + script() + "' start '" + folder + "' " + std::to_string(port);
+        if (std::system(command.c_str()) != 0) return;
+        std::string driver = "PostgreSQL Unicode";
+        connection = "Driver={" + driver + "};Server=127.0.0.1;Port=" + std::to_string(port) +
+                     ";Database=postgres;Uid=rowquill;";
+        run(connection,
+            "create table bench (id int4, name varchar(40), amount numeric(12,2), ratio float8, "
+            "created timestamp, day date, flag boolean, note varchar(100))");
+        run(connection,
+            "insert into bench select i, 'name ' || i, i * 0.01, i / 7.0, "
+            "timestamp '2024-01-01' + i * interval '1 second', date '2000-01-01' + i % 10000, "
+            "i % 2 = 0, repeat('n', i % 50) from generate_series(1, 1000000) i");
+        run(connection, "vacuum analyze bench");
+        std::printf("server: %s\n", connection.c_str());
+    }
+    ~Server() {
+        if (folder.empty()) return;
+        std::string command = "'" + script() + "' stop '" + folder + "'";
+        if (std::system(command.c_str()) != 0) std::fprintf(stderr, "server did not stop\n");
+        std::error_code ec;
+        fs::remove_all(folder, ec);
+    }
+};
+
+Server& server() {
+    static Server s;
+    return s;
+}
+
+long peakRssKiB() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return u.ru_maxrss;
+}
+
+void load(benchmark::State& state, OdbcFetchMode mode, const char* extra) {
+    if (server().connection.empty()) {
+        state.SkipWithError("the PostgreSQL test server did not start");
+        return;
+    }
+    auto source = openOdbcSource(server().connection + extra);
+    source->setFetchMode(mode);
+    std::size_t textBytes = 0, allocated = 0;
+    for (auto _ : state) {
+        DataSheet sheet;
+        loadTable(*source, "bench", sheet);
+        if (sheet.rows() != kRows + 1) state.SkipWithError("wrong row count");
+        textBytes = sheet.textBytes();
+        allocated = sheet.allocatedBytes();
+        benchmark::DoNotOptimize(sheet);
+    }
+    state.SetItemsProcessed(state.iterations() * kRows);
+    state.counters["sheet_text_MB"] = static_cast<double>(textBytes) / 1e6;
+    state.counters["sheet_alloc_MB"] = static_cast<double>(allocated) / 1e6;
+    state.counters["peak_rss_MB"] = static_cast<double>(peakRssKiB()) / 1024.0;
+}
+
+// Whole result cached by the driver, then fetched in bound blocks.
+void BM_OdbcLoadBound(benchmark::State& state) {
+    load(state, OdbcFetchMode::Bound, "");
+}
+// The same with every value through SQLGetData.
+void BM_OdbcLoadCellByCell(benchmark::State& state) {
+    load(state, OdbcFetchMode::CellByCell, "");
+}
+// A server-side cursor: the driver holds 10,000 rows at a time, not the whole result.
+void BM_OdbcLoadBoundDeclareFetch(benchmark::State& state) {
+    load(state, OdbcFetchMode::Bound, "UseDeclareFetch=1;Fetch=10000;");
+}
+
+}  // namespace
+
+// Peak memory is per process: run one benchmark per process for clean figures
+// (--benchmark_filter=BM_OdbcLoadBoundDeclareFetch).
+BENCHMARK(BM_OdbcLoadBoundDeclareFetch)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_OdbcLoadBound)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_OdbcLoadCellByCell)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+BENCHMARK_MAIN();
