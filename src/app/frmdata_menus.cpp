@@ -1,0 +1,215 @@
+// The menu bar and the sheet toolbar of the main window.
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStyle>
+#include <QToolBar>
+
+#include "app/frmdata.h"
+#include "app/icons.h"
+#include "app/opensettings.h"
+
+namespace rq::ui {
+
+QAction* Frmdata::addItem(QMenu* menu, const char* name, const char* caption) {
+    QAction* a = menu->addAction(QString::fromUtf8(caption));
+    a->setObjectName(QString::fromUtf8(name));
+    actions_.insert(a->objectName(), a);
+    return a;
+}
+
+QMenu* Frmdata::addSubmenu(QMenu* parent, const char* name, const char* caption) {
+    QMenu* sub = parent ? parent->addMenu(QString::fromUtf8(caption))
+                        : menuBar()->addMenu(QString::fromUtf8(caption));
+    sub->setObjectName(QString::fromUtf8(name));
+    sub->menuAction()->setObjectName(QString::fromUtf8(name));
+    menus_.insert(sub->objectName(), sub);
+    actions_.insert(sub->objectName(), sub->menuAction());
+    return sub;
+}
+
+void Frmdata::addSeparator(QMenu* menu, const char* name) {
+    QAction* s = menu->addSeparator();
+    s->setObjectName(QString::fromUtf8(name));
+}
+
+void Frmdata::connectOpenCommand(const char* name, const char* connectString) {
+    const QString c = QString::fromUtf8(connectString);
+    connect(action(QString::fromUtf8(name)), &QAction::triggered, this,
+            [this, c] { openDaoDb(c); });
+}
+
+void Frmdata::buildMenus() {
+    QMenu* file = addSubmenu(nullptr, "mnuDatabase", "&File");
+    addItem(file, "mnunewf", "&New");
+    addItem(file, "mnunewtabledef", "&New Table");
+    addSeparator(file, "mnuBar0");
+    QMenu* open = addSubmenu(file, "mnuDBOpen", "&Open DataBase...");
+    addItem(open, "mnuDBOMDB", "&Microsoft Access...");
+    QMenu* dbase = addSubmenu(open, "mnuDBOdBASE", "&Dbase");
+    addItem(dbase, "mnuDBOdBASE5", "&5.0...");
+    addItem(dbase, "mnuDBOdBASE4", "I&V...");
+    addItem(dbase, "mnuDBOdBASE3", "&III...");
+    QMenu* fox = addSubmenu(open, "mnuDBOFoxPro", "&FoxPro");
+    addItem(fox, "mnuDBOFox30", "&3.0...");
+    addItem(fox, "mnuDBOFox26", "2.&6...");
+    addItem(fox, "mnuDBOFox25", "2.&5...");
+    addItem(fox, "mnuDBOFox20", "2.&0...");
+    QMenu* lotus = addSubmenu(open, "mnulotwk", "&Lotus");
+    addItem(lotus, "mnulotwk1", "Lotus WK1");
+    addItem(lotus, "mnulotwk3", "Lotus WK3");
+    addItem(lotus, "mnulotwk4", "Lotus WK4");
+    QMenu* paradox = addSubmenu(open, "mnuDBOParadox", "&Paradox");
+    addItem(paradox, "mnuDBOParadox5", "&5.0...");
+    addItem(paradox, "mnuDBOParadox4", "&4.X...");
+    addItem(paradox, "mnuDBOParadox3", "&3.X...");
+    addItem(open, "mnuDBOBtrieve", "&Btrieve...");
+    addItem(open, "mnuDBOExcel", "&Excel...");
+    addItem(open, "mnuDBOText", "&Text Files...");
+    addItem(open, "mnuDBOODBC", "&ODBC...");
+    addSeparator(file, "mnuBarMRU");
+    QMenu* exportMenu = addSubmenu(file, "mnuexport", "Export");
+    addItem(exportMenu, "mnuexporttxt", "&Text Files...");
+    addSeparator(file, "mnuBar1");
+    addItem(file, "mnuDBExit", "E&xit");
+
+    QMenu* edit = addSubmenu(nullptr, "mnuedit", "Edit");
+    addItem(edit, "mnuEditcut", "Cut");
+    addItem(edit, "mnuEditCopy", "Copy");
+    addItem(edit, "mnuEditPaste", "Paste");
+    addItem(edit, "mnuEditDelete", "Delete");
+    addItem(edit, "mnuEditSelectAll", "Select all");
+    addSeparator(edit, "mnuBar2");
+    addItem(edit, "mnuEditInsertRow", "Insert Row");
+    addItem(edit, "mnuEditDelRow", "Remove Row");
+    addItem(edit, "mnucroprow", "Crop Row");
+    addSeparator(edit, "mnuBar3");
+    addItem(edit, "mnuColumn", "Insert Column...");
+    addItem(edit, "mnuinsrtcol", "Insert Column Index");
+    addItem(edit, "mnucolmname", "Modify Column Name");
+    addSeparator(edit, "mnuBar4");
+    addItem(edit, "mnusortasc", "Sort Ascending");
+    addItem(edit, "mnusortdes", "Sort Descending");
+    addSeparator(edit, "mnuBar5");
+    addItem(edit, "mnuup", "Move UP");
+    addItem(edit, "mnudown", "Move DOWN");
+    addSeparator(edit, "mnuBar6");
+    addItem(edit, "mnusqlhand", "SQL");
+    addItem(edit, "mnuvissql", "Visual SQL");
+
+    QMenu* editw = addSubmenu(nullptr, "mnueditw", "Edit/Insert");
+    addItem(editw, "mnuelent", "New Element");
+    addItem(editw, "mnudatelem", "New Data Element");
+    addSeparator(editw, "mnuBar7");
+    addItem(editw, "mnudefnxmlprop", "Define XML Document");
+    addSeparator(editw, "mnuBar8");
+    addItem(editw, "mnudelete", "Delete");
+    addSeparator(editw, "mnuBar9");
+    QMenu* moveTag = addSubmenu(editw, "mnumovtag", "Move Tag");
+    addItem(moveTag, "mnumovtagup", "Move UP");
+    addItem(moveTag, "mnumovetagdown", "Move DOWN");
+    addItem(moveTag, "mnumovetagleft", "Move LEFT");
+    addItem(moveTag, "mnumovtagrght", "Move RIGHT");
+
+    QMenu* assign = addSubmenu(nullptr, "mnuassign", "&Assign");
+    addItem(assign, "mnudtd", "Assign &DTD to XML File");
+    addItem(assign, "mnuxslt", "Assign XSLT to XML File");
+    addItem(assign, "mnucss", "Assign &CSS to XML File");
+    addItem(assign, "mnushema", "Assign &Schema to XML File");
+    addSeparator(assign, "mnuBar10");
+
+    QMenu* view = addSubmenu(nullptr, "mnuview", "View");
+    addItem(view, "mnusheet", "Sheet");
+    addItem(view, "mnulayout", "XML Layout");
+    addItem(view, "mnugenerate", "Generate");
+
+    QMenu* help = addSubmenu(nullptr, "mnuhelp", "&Help");
+    addItem(help, "mnucontenets", "&Contents...");
+    addItem(help, "mnuindex", "&Index...");
+    addSeparator(help, "mnuBar11");
+    addItem(help, "mnututorial", "Tutorial ");
+    addSeparator(help, "mnuBar12");
+    addItem(help, "mnuabout", "&About - Nubro Rowquill...");
+
+    // File.
+    connect(action("mnunewf"), &QAction::triggered, this, &Frmdata::resetToStartup);
+    connectOpenCommand("mnuDBOMDB", "Microsoft Access");
+    connectOpenCommand("mnuDBOdBASE5", "Dbase 5.0;");
+    connectOpenCommand("mnuDBOdBASE4", "Dbase IV;");
+    connectOpenCommand("mnuDBOdBASE3", "Dbase III;");
+    connectOpenCommand("mnuDBOFox30", "FoxPro 3.0;");
+    connectOpenCommand("mnuDBOFox26", "FoxPro 2.6;");
+    connectOpenCommand("mnuDBOFox25", "FoxPro 2.5;");
+    connectOpenCommand("mnuDBOFox20", "FoxPro 2.0;");
+    connectOpenCommand("mnulotwk1", "Lotus WK1;");
+    connectOpenCommand("mnulotwk3", "Lotus WK3;");
+    connectOpenCommand("mnulotwk4", "Lotus WK4;");
+    connectOpenCommand("mnuDBOParadox5", "Paradox 5.X;");
+    connectOpenCommand("mnuDBOParadox4", "Paradox 4.X;");
+    connectOpenCommand("mnuDBOParadox3", "Paradox 3.X;");
+    connectOpenCommand("mnuDBOBtrieve", "Btrieve;");
+    connectOpenCommand("mnuDBOExcel", "Excel 8.0;");
+    connectOpenCommand("mnuDBOText", "Text;");
+    connect(action("mnuDBExit"), &QAction::triggered, this, &QWidget::close);
+
+    // View.
+    connect(action("mnusheet"), &QAction::triggered, this, &Frmdata::mnusheet);
+    connect(action("mnulayout"), &QAction::triggered, this, &Frmdata::mnulayout);
+    connect(action("mnugenerate"), &QAction::triggered, this, &Frmdata::mnugenerate);
+
+    // Help.
+    connect(action("mnucontenets"), &QAction::triggered, this, [this] { openHelp(kHelpContents); });
+    connect(action("mnuindex"), &QAction::triggered, this, [this] { openHelp(kHelpIndex); });
+    connect(action("mnututorial"), &QAction::triggered, this, [this] { openHelp(kHelpTutorial); });
+}
+
+void Frmdata::buildSheetToolbar() {
+    tbrMain_ = addToolBar(QStringLiteral("Sheet"));
+    tbrMain_->setObjectName(QStringLiteral("tbrMain"));
+    tbrMain_->setIconSize(QSize(20, 20));
+    QStyle* st = style();
+    const QColor edit(60, 100, 150), rows(40, 130, 90), sql(150, 90, 30);
+    const struct {
+        const char* key;
+        const char* tip;
+        const char* command;
+        QIcon icon;
+        bool separatorBefore;
+    } buttons[] = {
+        {"Cut", "Cut", "mnuEditcut", glyphIcon(QStringLiteral("\u2702"), edit), false},
+        {"Copy", "Copy", "mnuEditCopy", glyphIcon(QStringLiteral("C"), edit), false},
+        {"Paste", "Paste", "mnuEditPaste", glyphIcon(QStringLiteral("P"), edit), false},
+        {"Delete", "Delete", "mnuEditDelete", st->standardIcon(QStyle::SP_DialogDiscardButton),
+         false},
+        {"Sort Ascending", "Sort Ascending", "mnusortasc",
+         glyphIcon(QStringLiteral("A\u2193"), edit), true},
+        {"Sort Descending", "Sort Descending", "mnusortdes",
+         glyphIcon(QStringLiteral("Z\u2193"), edit), false},
+        {"InsertRow", "Insert New Row", "mnuEditInsertRow", glyphIcon(QStringLiteral("R+"), rows),
+         true},
+        {"DelRow", "Delete Row", "mnuEditDelRow", glyphIcon(QStringLiteral("R\u2212"), rows),
+         false},
+        {"insertcol", "Insert Column", "mnuColumn", glyphIcon(QStringLiteral("C+"), rows), false},
+        {"sqlpen", "Open SQL Editor", "mnusqlhand", glyphIcon(QStringLiteral("SQL"), sql), true},
+        {"sqlply", "Open Visual SQL Editor", "mnuvissql", glyphIcon(QStringLiteral("VS"), sql),
+         false},
+        {"Moveup", "Move Row UP", "mnuup", st->standardIcon(QStyle::SP_ArrowUp), true},
+        {"movedown", "Move Row DOWN", "mnudown", st->standardIcon(QStyle::SP_ArrowDown), false},
+    };
+    for (const auto& b : buttons) {
+        if (b.separatorBefore) tbrMain_->addSeparator();
+        QAction* a = tbrMain_->addAction(b.icon, QString::fromUtf8(b.tip));
+        a->setObjectName(QString::fromUtf8(b.key));
+        a->setToolTip(QString::fromUtf8(b.tip));
+        QAction* command = action(QString::fromUtf8(b.command));
+        connect(a, &QAction::triggered, command, &QAction::trigger);
+    }
+}
+
+QAction* Frmdata::sheetToolAction(const QString& key) const {
+    for (QAction* a : tbrMain_->actions())
+        if (a->objectName() == key) return a;
+    return nullptr;
+}
+
+}  // namespace rq::ui

@@ -1,0 +1,138 @@
+// Opening a file database, listing its tables and loading one into the sheet.
+#include <QFileInfo>
+#include <QListWidget>
+#include <QSplitter>
+#include <algorithm>
+#include <exception>
+
+#include "app/busycursor.h"
+#include "app/dialogs.h"
+#include "app/frmdata.h"
+#include "app/opensettings.h"
+#include "app/passworddialog.h"
+#include "datasource/sheetloader.h"
+
+namespace rq::ui {
+
+namespace {
+
+constexpr int kMarkerRole = Qt::UserRole;
+
+QString fromUtf8(const std::string& s) {
+    return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+}
+
+}  // namespace
+
+void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
+    // 1. Back to the start-up state, as a file-database window.
+    resetToStartup();
+    state_.sourceKind = SourceKind::FileDatabase;
+    iniflexwone();
+    sqlenabfun(true);
+    db_.reset();
+
+    // 2. The file.
+    QString file = presetFile;
+    if (file.isEmpty()) {
+        const OpenDialogSettings settings = openDialogSettings(connect);
+        file = Dialogs::openFileName(this, settings.title, settings.filter);
+        if (file.isEmpty()) return;
+    }
+
+    // 3.-6. Open it, asking for a password as often as one is needed, and
+    // list its tables and stored queries.
+    OpenOptions options;
+    std::vector<CatalogEntry> entries;
+    for (;;) {
+        try {
+            db_ = opener_(connect.toStdString(), file.toStdString(), options);
+            entries = listedCatalog(*db_);
+            break;
+        } catch (const DatabaseError& e) {
+            if (e.code() == kErrPasswordRequired) {
+                const QString password = askDatabasePassword(this);
+                if (password.isEmpty()) return;
+                options.password = password.toStdString();
+                continue;
+            }
+            reportOpenError(QString::fromUtf8(e.what()), e.code());
+            return;
+        } catch (const std::exception& e) {
+            reportOpenError(QString::fromUtf8(e.what()), kErrGeneric);
+            return;
+        }
+    }
+    for (const CatalogEntry& entry : entries) {
+        auto* item = new QListWidgetItem(fromUtf8(entry.name), list1_);
+        item->setData(kMarkerRole, entry.marker);
+    }
+    listPanel_->show();
+    if (splitter_->sizes().value(0) < 60) {
+        const int total = splitter_->width();
+        splitter_->setSizes({std::min(220, total / 3), total - std::min(220, total / 3)});
+    }
+
+    // 7. Select the first entry (nothing is loaded yet) and size the columns.
+    if (list1_->count() > 0) list1_->setCurrentRow(0);
+    colwd();
+}
+
+void Frmdata::reportOpenError(const QString& description, int code) {
+    Dialogs::exclamation(this, description);
+    if (code == kErrUnrecognisedFormat &&
+        Dialogs::askYesNo(this, QStringLiteral("You can still access this database, by using "
+                                               "ODBC.\r\nWould you like any help on this topic?")))
+        openHelp(kHelpOdbc);
+}
+
+bool Frmdata::loadListEntry(int row) {
+    QListWidgetItem* item = list1_->item(row);
+    if (!item || !db_) return false;
+    QString error;
+    {
+        BusyCursor busy;
+        try {
+            loadTable(*db_, item->text().toStdString(), state_.sheet);
+        } catch (const std::exception& e) {
+            error = QString::fromUtf8(e.what());
+        }
+    }
+    if (!error.isEmpty()) {
+        // The sheet keeps what it held.
+        Dialogs::exclamation(this, error);
+        return false;
+    }
+    reloadSheet();
+    state_.sheetchanged = true;
+    showPosition();
+    return true;
+}
+
+void Frmdata::openAtStart(const QString& path) {
+    const std::string connect = connectStringForPath(path.toStdString());
+    if (connect.empty()) {
+        Dialogs::exclamation(this, QStringLiteral("'") + path +
+                                       QStringLiteral("' is not a database file this program "
+                                                      "can open."));
+        return;
+    }
+    openDaoDb(fromUtf8(connect), QFileInfo(path).absoluteFilePath());
+    if (!db_ || list1_->count() == 0) return;
+    // The table of the file itself, by its name with "." read as "#".
+    const QString wanted = QFileInfo(path).fileName().replace(QLatin1Char('.'), QLatin1Char('#'));
+    const QString base = QFileInfo(path).completeBaseName();
+    int row = 0;
+    for (int i = 0; i < list1_->count(); ++i) {
+        const QString name = list1_->item(i)->text();
+        if (name.compare(wanted, Qt::CaseInsensitive) == 0 ||
+            name.compare(base, Qt::CaseInsensitive) == 0) {
+            row = i;
+            break;
+        }
+    }
+    list1_->setCurrentRow(row);
+    loadListEntry(row);
+}
+
+}  // namespace rq::ui

@@ -1,0 +1,592 @@
+// The main window: start-up state, menus and toolbars, the view switch,
+// opening databases (through the file dialog, the password loop, the error
+// boxes), loading a table, help and About.
+#include <QAction>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabWidget>
+#include <QTableView>
+#include <QToolBar>
+#include <QTreeWidget>
+#include <QtTest>
+
+#include "app/dialogs.h"
+#include "app/frmdata.h"
+#include "app/layoutview.h"
+#include "app/passworddialog.h"
+#include "app/sheetmodel.h"
+#include "fakedatabase.h"
+
+using namespace rq;
+using namespace rq::ui;
+
+namespace {
+
+// A menu as captions, separators as "-", submenus as "caption>" followed by
+// their items indented by two blanks.
+void flatten(const QMenu* menu, QStringList& out, const QString& indent = {}) {
+    for (QAction* a : menu->actions()) {
+        if (a->isSeparator()) {
+            out << indent + "-";
+        } else if (a->menu()) {
+            out << indent + a->text() + ">";
+            flatten(a->menu(), out, indent + "  ");
+        } else {
+            out << indent + a->text();
+        }
+    }
+}
+
+QStringList flatten(const QMenu* menu) {
+    QStringList out;
+    flatten(menu, out);
+    return out;
+}
+
+QStringList headerRow(const DataSheet& sheet) {
+    QStringList out;
+    for (int c = 0; c < sheet.cols(); ++c) out << QString::fromStdString(sheet.textMatrix(0, c));
+    return out;
+}
+
+void doubleClickRow(QListWidget* list, int row) {
+    QCoreApplication::processEvents();  // lets the freshly shown list lay itself out
+    const QRect rect = list->visualItemRect(list->item(row));
+    // A double click as the platform delivers it: press, release, double click.
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+}
+
+// Answers the next password dialog by typing text and pressing a button.
+void answerPassword(const QString& text, const char* button) {
+    Dialogs::setNextDialogAction([text, button](QDialog& d) {
+        d.findChild<QLineEdit*>("txtPassword")->setText(text);
+        d.findChild<QPushButton*>(button)->click();
+    });
+}
+
+}  // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+  private slots:
+    void initTestCase() { Dialogs::setTestMode(true); }
+    void init() { Dialogs::clear(); }
+
+    void startsWithFiveElementColumnsOverNineteenRows() {
+        Frmdata w(false);
+        QCOMPARE(w.sheetModel()->rowCount(), 19);
+        QCOMPARE(w.sheetModel()->columnCount(), 5);
+        QCOMPARE(w.state().sheet.rows(), 20);
+        for (int c = 0; c < 5; ++c) {
+            QCOMPARE(w.sheetModel()->headerData(c, Qt::Horizontal).toString(),
+                     QString("Element %1").arg(c + 1));
+            for (int r = 0; r < 19; ++r)
+                QVERIFY(w.sheetModel()->data(w.sheetModel()->index(r, c)).toString().isEmpty());
+        }
+        QVERIFY(w.state().sheetchanged);
+        // The layout is not built at start-up.
+        QCOMPARE(w.state().tree.count(), 0);
+        QCOMPARE(w.layoutView()->treeWidget()->topLevelItemCount(), 0);
+        QCOMPARE(w.views()->currentIndex(), 0);
+        QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
+        QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:1 Column:0"));
+        QVERIFY(w.tableListPanel()->isHidden());
+    }
+
+    void queryCommandsAndRowMovesAreOffAtStart() {
+        Frmdata w(false);
+        for (const char* name : {"mnusqlhand", "mnuvissql", "mnuup", "mnudown"})
+            QVERIFY2(!w.action(name)->isEnabled(), name);
+        for (const char* key : {"sqlpen", "sqlply", "Moveup", "movedown"})
+            QVERIFY2(!w.sheetToolAction(key)->isEnabled(), key);
+        // Everything else on the sheet toolbar is available.
+        QVERIFY(w.sheetToolAction("Cut")->isEnabled());
+        QVERIFY(w.sheetToolAction("InsertRow")->isEnabled());
+        w.sqlenabfun(true);
+        for (const char* name : {"mnusqlhand", "mnuvissql"}) QVERIFY(w.action(name)->isEnabled());
+        for (const char* key : {"sqlpen", "sqlply"}) QVERIFY(w.sheetToolAction(key)->isEnabled());
+    }
+
+    void menuBarCaptionsOrderAndSeparators() {
+        Frmdata w(false);
+        QStringList top;
+        for (QAction* a : w.menuBar()->actions()) top << a->text();
+        QCOMPARE(top, QStringList({"&File", "Edit", "Edit/Insert", "&Assign", "View", "&Help"}));
+
+        QCOMPARE(flatten(w.menu("mnuDatabase")), QStringList({"&New",
+                                                              "&New Table",
+                                                              "-",
+                                                              "&Open DataBase...>",
+                                                              "  &Microsoft Access...",
+                                                              "  &Dbase>",
+                                                              "    &5.0...",
+                                                              "    I&V...",
+                                                              "    &III...",
+                                                              "  &FoxPro>",
+                                                              "    &3.0...",
+                                                              "    2.&6...",
+                                                              "    2.&5...",
+                                                              "    2.&0...",
+                                                              "  &Lotus>",
+                                                              "    Lotus WK1",
+                                                              "    Lotus WK3",
+                                                              "    Lotus WK4",
+                                                              "  &Paradox>",
+                                                              "    &5.0...",
+                                                              "    &4.X...",
+                                                              "    &3.X...",
+                                                              "  &Btrieve...",
+                                                              "  &Excel...",
+                                                              "  &Text Files...",
+                                                              "  &ODBC...",
+                                                              "-",
+                                                              "Export>",
+                                                              "  &Text Files...",
+                                                              "-",
+                                                              "E&xit"}));
+        QCOMPARE(flatten(w.menu("mnuedit")), QStringList({"Cut",
+                                                          "Copy",
+                                                          "Paste",
+                                                          "Delete",
+                                                          "Select all",
+                                                          "-",
+                                                          "Insert Row",
+                                                          "Remove Row",
+                                                          "Crop Row",
+                                                          "-",
+                                                          "Insert Column...",
+                                                          "Insert Column Index",
+                                                          "Modify Column Name",
+                                                          "-",
+                                                          "Sort Ascending",
+                                                          "Sort Descending",
+                                                          "-",
+                                                          "Move UP",
+                                                          "Move DOWN",
+                                                          "-",
+                                                          "SQL",
+                                                          "Visual SQL"}));
+        QCOMPARE(flatten(w.menu("mnueditw")),
+                 QStringList({"New Element", "New Data Element", "-", "Define XML Document", "-",
+                              "Delete", "-", "Move Tag>", "  Move UP", "  Move DOWN", "  Move LEFT",
+                              "  Move RIGHT"}));
+        QCOMPARE(flatten(w.menu("mnuassign")),
+                 QStringList({"Assign &DTD to XML File", "Assign XSLT to XML File",
+                              "Assign &CSS to XML File", "Assign &Schema to XML File", "-"}));
+        QCOMPARE(flatten(w.menu("mnuview")), QStringList({"Sheet", "XML Layout", "Generate"}));
+        QCOMPARE(flatten(w.menu("mnuhelp")),
+                 QStringList({"&Contents...", "&Index...", "-", "Tutorial ", "-",
+                              "&About - Nubro Rowquill..."}));
+        // The separator after the open submenu keeps its name.
+        QVERIFY(w.findChild<QAction*>("mnuBarMRU")->isSeparator());
+        QCOMPARE(w.action("mnututorial")->text(), QString("Tutorial "));
+    }
+
+    void toolbarKeysAndTips() {
+        Frmdata w(false);
+        QStringList keys, tips;
+        for (QAction* a : w.sheetToolbar()->actions()) {
+            if (a->isSeparator()) continue;
+            keys << a->objectName();
+            tips << a->toolTip();
+        }
+        QCOMPARE(keys, QStringList({"Cut", "Copy", "Paste", "Delete", "Sort Ascending",
+                                    "Sort Descending", "InsertRow", "DelRow", "insertcol", "sqlpen",
+                                    "sqlply", "Moveup", "movedown"}));
+        QCOMPARE(tips,
+                 QStringList({"Cut", "Copy", "Paste", "Delete", "Sort Ascending", "Sort Descending",
+                              "Insert New Row", "Delete Row", "Insert Column", "Open SQL Editor",
+                              "Open Visual SQL Editor", "Move Row UP", "Move Row DOWN"}));
+        QStringList layoutTips;
+        for (QAction* a : w.findChild<QToolBar*>("Toolbar1")->actions())
+            if (!a->isSeparator()) layoutTips << a->toolTip();
+        QCOMPARE(layoutTips,
+                 QStringList({"Add Element", "Add Database Element", "Delete", "Move Tag UP",
+                              "Move Tag DOWN", "Move Tag LEFT", "Move Tag RIGHT", "Refresh"}));
+    }
+
+    void layoutIsBuiltOnceAndAgainAfterSheetChanged() {
+        Frmdata w(false);
+        w.action("mnulayout")->trigger();
+        QCOMPARE(w.views()->currentIndex(), 1);
+        QCOMPARE(w.statusViewPanel()->text(), QString("XML Layout"));
+        QVERIFY(!w.state().sheetchanged);
+        QTreeWidget* tree = w.layoutView()->treeWidget();
+        QCOMPARE(tree->topLevelItemCount(), 1);
+        QTreeWidgetItem* doc = tree->topLevelItem(0);
+        QCOMPARE(doc->text(0), QString("<?xml version=\"1.0\"?>"));
+        QTreeWidgetItem* root = doc->child(0);
+        QCOMPARE(root->text(0), QString("<document>"));
+        QTreeWidgetItem* row = root->child(0);
+        QCOMPARE(row->text(0), QString("<row>"));
+        QCOMPARE(row->childCount(), 5);
+        QCOMPARE(row->child(0)->text(0), QString("<Element_1>"));
+        QCOMPARE(row->child(4)->text(0), QString("<Element_5>"));
+        QVERIFY(doc->isExpanded() && root->isExpanded() && row->isExpanded());
+
+        // A header renamed in place does not rebuild the layout.
+        w.state().sheet.setTextMatrix(0, 0, "Renamed");
+        w.action("mnusheet")->trigger();
+        QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
+        w.action("mnulayout")->trigger();
+        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(0)->text(0),
+                 QString("<Element_1>"));
+
+        // After sheetchanged it is rebuilt from the header row.
+        w.state().sheetchanged = true;
+        w.action("mnusheet")->trigger();
+        w.action("mnulayout")->trigger();
+        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(0)->text(0),
+                 QString("<Renamed>"));
+
+        // Refresh rebuilds whatever the flag says.
+        w.state().sheet.setTextMatrix(0, 1, "Order ID");
+        w.layoutView()->toolbarAction("Refresh")->trigger();
+        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(1)->text(0),
+                 QString("<Order_ID>"));
+    }
+
+    void clickingTheTabsSwitchesViews() {
+        Frmdata w(false);
+        w.views()->setCurrentIndex(1);
+        QCOMPARE(w.statusViewPanel()->text(), QString("XML Layout"));
+        QCOMPARE(w.state().tree.count(), 8);
+        QVERIFY(w.menu("mnueditw")->menuAction()->isVisible());
+        QVERIFY(!w.menu("mnuedit")->menuAction()->isVisible());
+        w.views()->setCurrentIndex(0);
+        QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
+        QVERIFY(w.menu("mnuedit")->menuAction()->isVisible());
+    }
+
+    void selectingATagShowsItsPropertiesAndEnablesTheTagCommands() {
+        Frmdata w(false);
+        QVERIFY(!w.action("mnuelent")->isEnabled());
+        QVERIFY(!w.layoutView()->toolbarAction("up")->isEnabled());
+        w.action("mnulayout")->trigger();
+        QTreeWidget* tree = w.layoutView()->treeWidget();
+        tree->setCurrentItem(tree->topLevelItem(0)->child(0)->child(0)->child(2));
+        QCOMPARE(w.findChild<QLineEdit*>("txtnam")->text(), QString("Element_3"));
+        QCOMPARE(w.findChild<QLineEdit*>("txtval")->text(), QString());
+        QVERIFY(w.findChild<QRadioButton*>("makele")->isChecked());
+        QVERIFY(w.action("mnuelent")->isEnabled());
+        QVERIFY(w.action("mnumovtagrght")->isEnabled());
+        QVERIFY(w.layoutView()->toolbarAction("attr_dataool")->isEnabled());
+    }
+
+    void pressingACellShowsThePosition() {
+        Frmdata w(false);
+        w.show();
+        QTableView* grid = w.grid();
+        const QRect cell = grid->visualRect(w.sheetModel()->index(2, 3));
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+        QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:3 Column:3"));
+        QCOMPARE(w.state().sheet.row(), 3);
+        QCOMPARE(w.state().sheet.col(), 3);
+    }
+
+    void cancellingTheOpenDialogLeavesTheFreshWindow() {
+        Frmdata w(false);
+        w.state().sheet.setTextMatrix(1, 1, "old");
+        Dialogs::setNextFileName(QString());
+        w.action("mnuDBOdBASE4")->trigger();
+        QCOMPARE(Dialogs::shown().size(), 1);
+        QCOMPARE(Dialogs::shown()[0].kind, QString("open"));
+        QCOMPARE(Dialogs::shown()[0].title, QString("Open Dbase Database"));
+        QCOMPARE(Dialogs::shown()[0].text, QString("Dbase DBs (*.dbf)|*.dbf"));
+        QCOMPARE(w.state().sheet.textMatrix(1, 1), std::string());
+        QCOMPARE(w.tableList()->count(), 0);
+        QCOMPARE(w.database(), nullptr);
+        // The query commands were switched on before the dialog.
+        QVERIFY(w.action("mnusqlhand")->isEnabled());
+    }
+
+    void openListsTablesThenQueriesAndDoubleClickLoads() {
+        Frmdata w(false);
+        w.show();
+        std::vector<std::string> calls;
+        w.setDatabaseOpener([&](const std::string& connect, const std::string& file,
+                                const OpenOptions&) -> std::unique_ptr<Database> {
+            calls.push_back(connect + "|" + file);
+            return testing::makeFakeDatabase(3);
+        });
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        QCOMPARE(calls, std::vector<std::string>({"Microsoft Access|/data/shop.mdb"}));
+        QCOMPARE(Dialogs::shown()[0].title, QString("Open Microsoft Access Database"));
+        QCOMPARE(Dialogs::shown()[0].text, QString("Microsoft Access MDBs (*.mdb)|*.mdb"));
+
+        QListWidget* list = w.tableList();
+        QStringList names;
+        for (int i = 0; i < list->count(); ++i) names << list->item(i)->text();
+        // System and temporary names are hidden; the three letters "msy" are listed.
+        QCOMPARE(names, QStringList({"Orders", "Order Details", "msy", "Totals"}));
+        QCOMPARE(list->item(3)->data(Qt::UserRole).toInt(), 1);
+        QCOMPARE(list->item(0)->data(Qt::UserRole).toInt(), 0);
+        QCOMPARE(list->currentRow(), 0);
+        QVERIFY(w.tableListPanel()->isVisible());
+        // Nothing is loaded by the open itself; the column widths come from
+        // the start-up headers.
+        QCOMPARE(headerRow(w.state().sheet).first(), QString("Element 1"));
+        QCOMPARE(w.grid()->horizontalHeader()->sectionSize(0), w.columnWidthFor("Element 1"));
+        QVERIFY(w.columnWidthFor("Element 1") > w.fontMetrics().horizontalAdvance("Element 1"));
+
+        w.action("mnulayout")->trigger();
+        QVERIFY(!w.state().sheetchanged);
+        doubleClickRow(list, 1);
+        QCOMPARE(headerRow(w.state().sheet), QStringList({"ID", "Name"}));
+        QCOMPARE(w.sheetModel()->rowCount(), 3);
+        QCOMPARE(w.sheetModel()->data(w.sheetModel()->index(2, 1)).toString(), QString("name 3"));
+        QVERIFY(w.state().sheetchanged);
+        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
+    }
+
+    void aFailedLoadKeepsTheSheet() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
+            auto db = testing::makeFakeDatabase(3);
+            db->failReading = true;
+            return std::unique_ptr<Database>(std::move(db));
+        });
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        w.state().sheetchanged = false;
+        QVERIFY(!w.loadListEntry(0));
+        QCOMPARE(headerRow(w.state().sheet).first(), QString("Element 1"));
+        QCOMPARE(w.state().sheet.rows(), 20);
+        QVERIFY(!w.state().sheetchanged);
+        QCOMPARE(Dialogs::shown().last().text, QString("Could not read the table 'Orders'."));
+        QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
+    }
+
+    void passwordIsAskedUntilItIsRight() {
+        Frmdata w(false);
+        std::vector<std::string> tried;
+        w.setDatabaseOpener([&](const std::string&, const std::string&,
+                                const OpenOptions& o) -> std::unique_ptr<Database> {
+            tried.push_back(o.password);
+            if (o.password != "abcd1234")
+                throw DatabaseError("Not a valid password.", kErrPasswordRequired);
+            return testing::makeFakeDatabase(1);
+        });
+        Dialogs::setNextFileName("/data/locked.mdb");
+        answerPassword("wrong", "cmdOK");
+        answerPassword("abcd1234", "cmdOK");
+        w.action("mnuDBOMDB")->trigger();
+        QCOMPARE(tried, std::vector<std::string>({"", "wrong", "abcd1234"}));
+        QVERIFY(w.database() != nullptr);
+        QCOMPARE(w.tableList()->count(), 4);
+        int dialogs = 0, messages = 0;
+        for (const ShownDialog& d : Dialogs::shown()) {
+            if (d.kind == "dialog") {
+                ++dialogs;
+                QCOMPARE(d.title, QString("Password Required"));
+            }
+            if (d.kind == "message") ++messages;
+        }
+        QCOMPARE(dialogs, 2);
+        QCOMPARE(messages, 0);
+    }
+
+    void cancellingThePasswordEndsSilently() {
+        Frmdata w(false);
+        int tries = 0;
+        w.setDatabaseOpener([&](const std::string&, const std::string&,
+                                const OpenOptions&) -> std::unique_ptr<Database> {
+            ++tries;
+            throw DatabaseError("Not a valid password.", kErrPasswordRequired);
+        });
+        for (const char* button : {"cmdCancel", "cmdOK"}) {
+            Dialogs::clear();
+            tries = 0;
+            Dialogs::setNextFileName("/data/locked.mdb");
+            // Cancel, and OK on an empty box, both stop the open.
+            answerPassword(button == std::string("cmdOK") ? QString() : QString("typed"), button);
+            w.action("mnuDBOMDB")->trigger();
+            QCOMPARE(tries, 1);
+            QCOMPARE(w.database(), nullptr);
+            QCOMPARE(w.tableList()->count(), 0);
+            QCOMPARE(Dialogs::shown().last().kind, QString("dialog"));
+        }
+    }
+
+    void unrecognisedFormatOffersTheOdbcHelp() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&,
+                               const OpenOptions&) -> std::unique_ptr<Database> {
+            throw DatabaseError("Unrecognized database format '/data/x.mdb'.",
+                                kErrUnrecognisedFormat);
+        });
+        Dialogs::setNextFileName("/data/x.mdb");
+        Dialogs::setNextAnswer(QMessageBox::Ok);
+        Dialogs::setNextAnswer(QMessageBox::Yes);
+        w.action("mnuDBOMDB")->trigger();
+        const QList<ShownDialog>& shown = Dialogs::shown();
+        QCOMPARE(shown.size(), 4);
+        QCOMPARE(shown[1].kind, QString("message"));
+        QCOMPARE(shown[1].title, QString("Nubro Rowquill"));
+        QCOMPARE(shown[1].icon, QMessageBox::Warning);
+        QCOMPARE(shown[1].text, QString("Unrecognized database format '/data/x.mdb'."));
+        QCOMPARE(shown[2].kind, QString("question"));
+        QCOMPARE(shown[2].title, QString("Nubro Rowquill"));
+        QCOMPARE(shown[2].text, QString("You can still access this database, by using ODBC.\r\n"
+                                        "Would you like any help on this topic?"));
+        QCOMPARE(Dialogs::openedUrls().size(), 1);
+        QVERIFY(Dialogs::openedUrls()[0].toLocalFile().endsWith(
+            "/helpfiles/help_rowquill/how to open odbc/odbc.htm"));
+
+        // No: nothing more.
+        Dialogs::clear();
+        Dialogs::setNextFileName("/data/x.mdb");
+        Dialogs::setNextAnswer(QMessageBox::Ok);
+        Dialogs::setNextAnswer(QMessageBox::No);
+        w.action("mnuDBOMDB")->trigger();
+        QCOMPARE(Dialogs::shown().size(), 3);
+        QVERIFY(Dialogs::openedUrls().isEmpty());
+    }
+
+    void otherErrorsShowOnlyTheDescription() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&,
+                               const OpenOptions&) -> std::unique_ptr<Database> {
+            throw DatabaseError("Opening /data: this kind of database cannot be read yet.",
+                                kErrNotBuilt);
+        });
+        Dialogs::setNextFileName("/data/x.wk1");
+        w.action("mnulotwk1")->trigger();
+        QCOMPARE(Dialogs::shown()[0].title, QString("Open Lotus Database"));
+        QCOMPARE(Dialogs::shown()[0].text, QString("Lotus WK1 (*.wk1)|*.wk1"));
+        QCOMPARE(Dialogs::shown().size(), 2);
+        QCOMPARE(Dialogs::shown()[1].text,
+                 QString("Opening /data: this kind of database cannot be read yet."));
+    }
+
+    void newReturnsToTheStartState() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
+            return std::unique_ptr<Database>(testing::makeFakeDatabase(5));
+        });
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        QVERIFY(w.loadListEntry(0));
+        w.action("mnulayout")->trigger();
+        w.action("mnunewf")->trigger();
+        QCOMPARE(w.views()->currentIndex(), 0);
+        QCOMPARE(headerRow(w.state().sheet),
+                 QStringList({"Element 1", "Element 2", "Element 3", "Element 4", "Element 5"}));
+        QCOMPARE(w.sheetModel()->rowCount(), 19);
+        QCOMPARE(w.tableList()->count(), 0);
+        QVERIFY(w.tableListPanel()->isHidden());
+        QCOMPARE(w.database(), nullptr);
+        QVERIFY(!w.action("mnusqlhand")->isEnabled());
+        QVERIFY(w.state().sheetchanged);
+        QCOMPARE(w.layoutView()->treeWidget()->topLevelItemCount(), 0);
+    }
+
+    void openingAFixtureThroughTheMenu() {
+        const QString file = ROWQUILL_FIXTURES "/dbase/dbfread/people.dbf";
+        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
+        Frmdata w(false);
+        w.show();
+        Dialogs::setNextFileName(file);
+        w.action("mnuDBOdBASE3")->trigger();
+        if (!Dialogs::shown().isEmpty() &&
+            Dialogs::shown().last().text.contains("cannot be read yet"))
+            QSKIP("the dBase reader is not built yet");
+        QListWidget* list = w.tableList();
+        int people = -1;
+        for (int i = 0; i < list->count(); ++i)
+            if (list->item(i)->text().startsWith("people", Qt::CaseInsensitive)) people = i;
+        QVERIFY(people >= 0);
+        doubleClickRow(list, people);
+        // The two live records of the file (the third is deleted).
+        QCOMPARE(headerRow(w.state().sheet), QStringList({"NAME", "BIRTHDATE"}));
+        QCOMPARE(w.state().sheet.rows(), 3);
+        QCOMPARE(w.state().sheet.textMatrix(1, 0), std::string("Alice"));
+        QCOMPARE(w.state().sheet.textMatrix(2, 1), std::string("1980-11-12"));
+    }
+
+    void passwordDialogItself() {
+        PasswordDialog d;
+        QCOMPARE(d.windowTitle(), QString("Password Required"));
+        QCOMPARE(d.findChild<QLabel*>("lblLabels")->text(), QString("&Enter database password:"));
+        QCOMPARE(d.findChild<QPushButton*>("cmdOK")->text(), QString("&OK"));
+        QCOMPARE(d.findChild<QPushButton*>("cmdCancel")->text(), QString("&Cancel"));
+        QLineEdit* box = d.passwordBox();
+        QCOMPARE(box->echoMode(), QLineEdit::Password);
+        box->setText("abc");
+        d.findChild<QPushButton*>("cmdOK")->click();
+        QCOMPARE(d.password(), QString("abc"));
+        QCOMPARE(d.result(), int(QDialog::Accepted));
+        d.findChild<QPushButton*>("cmdCancel")->click();
+        QCOMPARE(d.password(), QString());
+    }
+
+    void passwordBoxSelectsItsTextOnFocus() {
+        PasswordDialog d;
+        d.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&d));
+        d.passwordBox()->setText("secret");
+        d.passwordBox()->deselect();
+        d.findChild<QPushButton*>("cmdOK")->setFocus();
+        d.passwordBox()->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(d.passwordBox()->selectedText(), QString("secret"));
+    }
+
+    void helpMenuOpensOurPages() {
+        Frmdata w(false);
+        w.action("mnucontenets")->trigger();
+        w.action("mnuindex")->trigger();
+        w.action("mnututorial")->trigger();
+        const QList<QUrl> urls = Dialogs::openedUrls();
+        QCOMPARE(urls.size(), 3);
+        const QString dir = QCoreApplication::applicationDirPath();
+        QCOMPARE(urls[0].toLocalFile(), dir + "/helpfiles/help_rowquill/sitemap.html");
+        QCOMPARE(urls[1].toLocalFile(), dir + "/helpfiles/help_rowquill/alpind.html");
+        QCOMPARE(urls[2].toLocalFile(), dir + "/tutorial/tutoriallibrary.htm");
+    }
+
+    void aboutBoxShowsNameAndVersion() {
+        Frmdata w(false);
+        QStringList texts;
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            for (QLabel* l : d.findChildren<QLabel*>()) texts << l->text();
+            d.findChild<QPushButton*>("cmdOK")->click();
+        });
+        w.action("mnuabout")->trigger();
+        QCOMPARE(Dialogs::shown().last().title, QString("About - Nubro Rowquill"));
+        QCOMPARE(Dialogs::shown().last().text, QString("frmAbout"));
+        QVERIFY(texts.contains("Nubro Rowquill"));
+        QVERIFY(texts.contains("Version 1.0.0"));
+    }
+
+    void aMillionRecordsOpenWithoutPerRowWork() {
+        Frmdata w(false);
+        w.show();
+        DataSheet& sheet = w.state().sheet;
+        sheet.reset({"ID", "Name"});
+        sheet.reserveRecords(1000000);
+        for (int i = 1; i <= 1000000; ++i) {
+            const std::string id = std::to_string(i);
+            const std::string_view cells[] = {id, "x"};
+            sheet.appendRecord(cells, 2);
+        }
+        w.sheetModel()->reload();
+        QCOMPARE(w.sheetModel()->rowCount(), 1000000);
+        w.grid()->scrollToBottom();
+        QCoreApplication::processEvents();
+        const QModelIndex last = w.sheetModel()->index(999999, 0);
+        QCOMPARE(w.sheetModel()->data(last).toString(), QString("1000000"));
+        QVERIFY(w.grid()->visualRect(last).isValid());
+        QCOMPARE(w.grid()->verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
+    }
+};
+
+QTEST_MAIN(MainWindowTest)
+#include "test_mainwindow.moc"
