@@ -23,11 +23,8 @@
 #include "app/layoutview.h"
 #include "app/opensettings.h"
 #include "app/sheetmodel.h"
-#include "layout/defaultlayout.h"
-#if __has_include("generate/generationrun.h")
 #include "generate/generationrun.h"
-#define ROWQUILL_HAVE_RUNS 1
-#endif
+#include "layout/defaultlayout.h"
 
 namespace rq::ui {
 
@@ -51,9 +48,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
         Dialogs::exec(box);
     });
 
-#ifdef ROWQUILL_HAVE_RUNS
     state_.tempFolder = makefold("sdat");
-#endif
     resetToStartup();
 }
 
@@ -328,9 +323,7 @@ void Frmdata::deleteWorkingFolder() {
     if (state_.tempFolder.empty()) return;
     std::string path = state_.tempFolder;
     if (!path.empty() && path.back() == '/') path.pop_back();
-#ifdef ROWQUILL_HAVE_RUNS
     DeleteAFolder(path);
-#endif
     state_.tempFolder.clear();
 }
 

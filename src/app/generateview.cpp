@@ -28,10 +28,7 @@
 #include "app/dialogs.h"
 #include "app/selectdirectory.h"
 #include "generate/documentwriter.h"
-#if __has_include("generate/generationrun.h")
 #include "generate/generationrun.h"
-#define ROWQUILL_HAVE_RUNS 1
-#endif
 
 namespace rq::ui {
 
@@ -174,9 +171,7 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     combo1_ = new QComboBox(outputType);
     combo1_->setObjectName(QStringLiteral("Combo1"));
     combo1_->setPlaceholderText(QStringLiteral("Preview As..."));
-#ifdef ROWQUILL_HAVE_RUNS
     for (const std::string& item : previewTypeItems()) combo1_->addItem(fromUtf8(item));
-#endif
     combo1_->setCurrentIndex(-1);
 
     auto* typeLine = new QHBoxLayout;
@@ -315,18 +310,15 @@ void GenerateView::cmdsedfinbol() {
 }
 
 void GenerateView::showPreviewFile() {
-#ifdef ROWQUILL_HAVE_RUNS
     if (state_.tempFolder.empty()) return;
     const QByteArray text = richoutput_->toPlainText().toUtf8();
     const std::string path =
         showfinshxml(state_.tempFolder, std::string_view(text.constData(), text.size()),
                      combotxt(combo1_->currentIndex()), convertSymbols());
     if (!path.empty()) brwWebBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(path)));
-#endif
 }
 
 void GenerateView::generateSingle() {
-#ifdef ROWQUILL_HAVE_RUNS
     BusyCursor busy;
     int lastPercent = -1;
     auto progress = [&](int i, int n) {
@@ -343,13 +335,9 @@ void GenerateView::generateSingle() {
     if (previewTabs_->currentIndex() == 1 && document_.size() <= kCodePaneLimit) showPreviewFile();
     singleAction(QStringLiteral("Save"))->setEnabled(true);
     setStatus(QStringLiteral("Completed"));
-#else
-    Dialogs::exclamation(this, QStringLiteral("Generation is not available in this build."));
-#endif
 }
 
 void GenerateView::saveSingle() {
-#ifdef ROWQUILL_HAVE_RUNS
     for (;;) {
         const QString name = Dialogs::saveFileName(this, QStringLiteral("Save as"), kSaveAsFilter);
         if (name.isEmpty()) return;
@@ -364,7 +352,6 @@ void GenerateView::saveSingle() {
         singleAction(QStringLiteral("preview"))->setEnabled(true);
         return;
     }
-#endif
 }
 
 void GenerateView::previewSingle() {
@@ -372,7 +359,6 @@ void GenerateView::previewSingle() {
 }
 
 void GenerateView::generateSeparate() {
-#ifdef ROWQUILL_HAVE_RUNS
     const int n = rowsPerFile();
     if (n <= 0) return;
     BusyCursor busy;
@@ -398,13 +384,9 @@ void GenerateView::generateSeparate() {
     } catch (const std::exception& e) {
         Dialogs::exclamation(this, QString::fromUtf8(e.what()));
     }
-#else
-    Dialogs::exclamation(this, QStringLiteral("Generation is not available in this build."));
-#endif
 }
 
 void GenerateView::saveSeparate() {
-#ifdef ROWQUILL_HAVE_RUNS
     if (runFolder_.empty()) return;
     SelectDirectoryDialog dialog(
         lastFolder_.isEmpty() ? QString() : QFileInfo(lastFolder_).absolutePath(), this);
@@ -416,7 +398,6 @@ void GenerateView::saveSeparate() {
     }
     lastFolder_ = target;
     separateAction(QStringLiteral("preview"))->setEnabled(true);
-#endif
 }
 
 void GenerateView::previewSeparate() {

@@ -11,10 +11,7 @@
 #include <QVBoxLayout>
 
 #include "app/dialogs.h"
-#if __has_include("generate/generationrun.h")
 #include "generate/generationrun.h"
-#define ROWQUILL_HAVE_RUNS 1
-#endif
 
 namespace rq::ui {
 
@@ -95,14 +92,11 @@ void SelectDirectoryDialog::setCurrentFolder(const QString& folder) {
 }
 
 void SelectDirectoryDialog::newFolder() {
-#ifdef ROWQUILL_HAVE_RUNS
     const std::string made = makeNewFolder(current_.toStdString());
     if (!made.empty()) setCurrentFolder(QString::fromStdString(made));
-#endif
 }
 
 void SelectDirectoryDialog::tryAccept() {
-#ifdef ROWQUILL_HAVE_RUNS
     const FolderChoice choice =
         checkSelectedFolder(current_.toStdString(), txtName_->text().toStdString());
     if (!choice.ok) {
@@ -111,7 +105,6 @@ void SelectDirectoryDialog::tryAccept() {
     }
     target_ = QString::fromStdString(choice.target);
     accept();
-#endif
 }
 
 }  // namespace rq::ui

@@ -19,10 +19,6 @@
 #include "app/frmdata.h"
 #include "app/generateview.h"
 
-#if __has_include("generate/generationrun.h")
-#define HAVE_RUNS 1
-#endif
-
 using namespace rq;
 using namespace rq::ui;
 
@@ -44,12 +40,7 @@ QString pageText(QWebEngineView* view) {
 class BrowserPanesTest : public QObject {
     Q_OBJECT
   private slots:
-    void initTestCase() {
-        Dialogs::setTestMode(true);
-#ifndef HAVE_RUNS
-        QSKIP("the generation runs are not built yet");
-#endif
-    }
+    void initTestCase() { Dialogs::setTestMode(true); }
 
     void quickPreviewAndSplitFolderAreShown() {
         Frmdata w(true);

@@ -12,6 +12,7 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QtTest>
@@ -510,6 +511,64 @@ class MainWindowTest : public QObject {
         QCOMPARE(w.state().sheet.rows(), 3);
         QCOMPARE(w.state().sheet.textMatrix(1, 0), std::string("Alice"));
         QCOMPARE(w.state().sheet.textMatrix(2, 1), std::string("1980-11-12"));
+    }
+
+    void theAccessPasswordFixtureAsksUntilRight() {
+        const QString file = ROWQUILL_FIXTURES "/access/jettoobjects/password-database.mdb";
+        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
+        Frmdata w(false);
+        Dialogs::setNextFileName(file);
+        answerPassword("wrong", "cmdOK");
+        answerPassword("abcd1234", "cmdOK");
+        w.action("mnuDBOMDB")->trigger();
+        int asked = 0;
+        for (const ShownDialog& d : Dialogs::shown()) asked += d.kind == "dialog";
+        if (asked == 0) QSKIP("the Access reader does not check this file's password");
+        QCOMPARE(asked, 2);
+        QVERIFY(w.database() != nullptr);
+        QStringList names;
+        for (int i = 0; i < w.tableList()->count(); ++i) names << w.tableList()->item(i)->text();
+        QVERIFY2(names.contains("Products"), qPrintable(names.join(',')));
+    }
+
+    void aFileThatIsNoDatabaseGivesTheFormatErrorAndTheOdbcQuestion() {
+        QTemporaryDir dir;
+        const QString file = dir.filePath("notes.mdb");
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(QByteArray(4096, 'x'));
+        f.close();
+        Frmdata w(false);
+        Dialogs::setNextFileName(file);
+        w.action("mnuDBOMDB")->trigger();
+        const QList<ShownDialog>& shown = Dialogs::shown();
+        QCOMPARE(shown.size(), 3);
+        QCOMPARE(shown[1].kind, QString("message"));
+        QVERIFY2(shown[1].text.contains(file), qPrintable(shown[1].text));
+        QCOMPARE(shown[2].kind, QString("question"));
+        QVERIFY(shown[2].text.startsWith("You can still access this database, by using ODBC."));
+        QCOMPARE(w.tableList()->count(), 0);
+    }
+
+    void theProgramArgumentOpensATextTableAndLoadsIt() {
+        QTemporaryDir dir;
+        QFile other(dir.filePath("aaa.csv"));
+        QVERIFY(other.open(QIODevice::WriteOnly));
+        other.write("x\n1\n");
+        other.close();
+        QFile f(dir.filePath("orders.csv"));
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("id,customer\n1,Ann\n2,Bob\n");
+        f.close();
+        Frmdata w(false);
+        w.openAtStart(dir.filePath("orders.csv"));
+        QCOMPARE(Dialogs::shown().size(), 0);  // no file dialog, no error
+        QCOMPARE(w.tableList()->count(), 2);
+        QCOMPARE(w.tableList()->currentItem()->text(), QString("orders#csv"));
+        QCOMPARE(headerRow(w.state().sheet), QStringList({"id", "customer"}));
+        QCOMPARE(w.sheetModel()->rowCount(), 2);
+        QCOMPARE(w.state().sheet.textMatrix(2, 1), std::string("Bob"));
+        QVERIFY(w.state().sheetchanged);
     }
 
     void passwordDialogItself() {
