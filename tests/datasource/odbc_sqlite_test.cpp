@@ -144,6 +144,11 @@ TEST(OdbcSqlite, StatementsAndTheirErrors) {
         EXPECT_NE(std::string(e.what()).find("No Such Table"), std::string::npos) << e.what();
     }
     EXPECT_THROW(source->query("Select Select", got), DatabaseError);
+
+    auto fields = source->fields("Order Lines");
+    ASSERT_EQ(fields.size(), 2u);
+    EXPECT_EQ(fields[0].name, "Item Name");
+    EXPECT_EQ(fields[1].type, kAdoInteger);
 }
 
 TEST(OdbcSqlite, DataSourcesAndDriversOfTheDriverManager) {
