@@ -113,6 +113,10 @@ void DataFile::parse5() {
         a = swapped32(h + a);
     }
     std::sort(freeSlots_.begin(), freeSlots_.end());
+    if (dataPages_.empty() && info_.recordCount > 0)
+        fail(
+            "holds records but no data page of the 5.x layout; it is damaged or of a later "
+            "version this reader does not understand.");
 }
 
 std::uint32_t DataFile::physicalOf(std::uint32_t logical) const {
@@ -181,6 +185,10 @@ void DataFile::parse6() {
             if (e[1] == 'D') dataPages_.push_back(physical);
         }
     }
+    if (dataPages_.empty() && info_.recordCount > 0)
+        fail(
+            "holds records but no data page of the 6.x layout; it is damaged or of a later "
+            "version this reader does not understand.");
 }
 
 void DataFile::appendVariable(const unsigned char* ptr, std::string& out) const {
