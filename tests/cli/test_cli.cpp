@@ -265,3 +265,19 @@ TEST_F(CliTest, ConvertGivesTheBytesOfTheWindowsSave) {
                        "\t</document>\r\n\r\n"),
               std::string::npos);
 }
+
+TEST_F(CliTest, SqlStatementsGoThroughTheQueryEngine) {
+    Result r = run({"convert", path("db/orders.csv"), "--sql",
+                    "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC",
+                    "--convert-symbols", "-o", path("q.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "q.xml"),
+              "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
+              "\t\t<row>\r\n\t\t\t<Name>Zo\xC3\xAB</Name></row>\r\n"
+              "\t\t<row>\r\n\t\t\t<Name>X</Name></row>\r\n"
+              "\t</document>\r\n\r\n");
+    Result bad = run({"convert", path("db/orders.csv"), "--sql", "SELEC x", "-o", path("b.xml")});
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_TRUE(oneLine(bad.err)) << bad.err;
+    EXPECT_FALSE(fs::exists(dir / "b.xml"));
+}
