@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,7 +66,8 @@ class RecordScanner {
     std::string_view text_;
     const TableSettings& settings_;
     std::size_t pos_ = 0;
-    std::vector<std::string> scratch_;
+    // A deque: growing it keeps the earlier fields' text in place.
+    std::deque<std::string> scratch_;
     bool nextDelimited(std::vector<std::string_view>& fields);
     bool nextFixed(std::vector<std::string_view>& fields);
 };

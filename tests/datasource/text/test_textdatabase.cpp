@@ -284,3 +284,17 @@ TEST(TextFixtures, Cp1251FilesAndASectionTitledWithAWindowsPath) {
     EXPECT_EQ(o.names()[0].substr(0, 10), "ID;\xD0\x98\xD0\xBC\xD1\x8F;");  // ID;Имя;
     EXPECT_EQ(o.records(), 0);
 }
+
+TEST(TextTables, QuotedFieldsStayIntactWhenARecordGrowsWider) {
+    // A record wider than every earlier one, whose first fields needed
+    // unquoting, keeps their text while more fields are read.
+    Folder f;
+    std::string wide = "\"a\"\"1\",\"b\"\"2\"";
+    for (int i = 0; i < 40; ++i) wide += ",\"c\"\"" + std::to_string(i) + "\"";
+    f.write("w.csv", "h\n" + wide + "\n");
+    Table t = load(f.file("w.csv"), "w#csv");
+    ASSERT_EQ(t.fields.size(), 42u);
+    EXPECT_EQ(t.row(1)[0], "a\"1");
+    EXPECT_EQ(t.row(1)[1], "b\"2");
+    EXPECT_EQ(t.row(1)[41], "c\"39");
+}
