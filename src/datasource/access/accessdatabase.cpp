@@ -8,8 +8,12 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -194,6 +198,7 @@ class AccessDatabase : public Database {
     jet::Header header_;
     const CodePage& codePage_;
     std::uintmax_t pageCount_ = 0;
+    std::deque<MdbCatalogEntry> entries_;  // stable addresses for libmdb
     std::vector<MdbCatalogEntry*> tables_;
     std::vector<QueryEntry> queries_;
     bool queryRowsLoaded_ = false;
@@ -202,26 +207,68 @@ class AccessDatabase : public Database {
     friend std::unique_ptr<Database> rq::openAccessDatabase(const std::string&, const OpenOptions&);
 };
 
+// The catalog is read from the system table of objects here rather than with
+// libmdb's catalog reader, which also parses every object's property blob and
+// loops for ever on some damaged ones.
 void AccessDatabase::loadCatalog() {
-    GPtrArray* entries = mdb_read_catalog(mdb_, MDB_ANY);
-    if (!entries) unrecognised(path_);
-    bool sawObjects = false;
-    for (guint i = 0; i < entries->len; ++i) {
-        auto* e = static_cast<MdbCatalogEntry*>(g_ptr_array_index(entries, i));
-        if (!e) continue;
-        std::string name = e->object_name;
-        if (name == "MSysObjects") sawObjects = true;
-        if (e->object_type == MDB_TABLE) {
-            bool system = lowerAscii(name.substr(0, 4)) == "msys";
-            if (mdb_is_user_table(e) || system) tables_.push_back(e);
-        } else if (e->object_type == MDB_LINKED_TABLE) {
-            tables_.push_back(e);
-        } else if (e->object_type == MDB_QUERY) {
-            queries_.push_back(
-                {name, static_cast<std::uint32_t>(e->table_pg) & 0xFFFFFF, e->flags});
+    MdbCatalogEntry& objects = entries_.emplace_back();
+    objects.mdb = mdb_;
+    std::snprintf(objects.object_name, sizeof objects.object_name, "%s", "MSysObjects");
+    objects.object_type = MDB_TABLE;
+    objects.table_pg = 2;
+    struct ObjectsSink : RecordSink {
+        int iId = -1, iName = -1, iType = -1, iFlags = -1;
+        struct Object {
+            std::string name;
+            long long id = 0, type = 0, flags = 0;
+        };
+        std::vector<Object> objects;
+        void begin(const std::vector<Field>& f) override {
+            for (std::size_t i = 0; i < f.size(); ++i) {
+                int k = static_cast<int>(i);
+                if (f[i].name == "Id") iId = k;
+                if (f[i].name == "Name") iName = k;
+                if (f[i].name == "Type") iType = k;
+                if (f[i].name == "Flags") iFlags = k;
+            }
         }
+        void row(const std::string_view* c, std::size_t n) override {
+            if (iId < 0 || iName < 0 || iType < 0 ||
+                static_cast<std::size_t>(std::max({iId, iName, iType, iFlags})) >= n)
+                return;
+            auto num = [&](int i) -> long long {
+                if (i < 0 || c[i].empty()) return 0;
+                return std::strtoll(std::string(c[i]).c_str(), nullptr, 10);
+            };
+            objects.push_back({std::string(c[iName]), num(iId), num(iType), num(iFlags)});
+        }
+    } sink;
+    try {
+        scan(&objects, nullptr, &sink);
+    } catch (const DatabaseError&) {
+        unrecognised(path_);
     }
-    if (!sawObjects) unrecognised(path_);
+    if (sink.iId < 0 || sink.iName < 0 || sink.iType < 0) unrecognised(path_);
+    for (auto& o : sink.objects) {
+        const int type = static_cast<int>(o.type & 0x7FFF);
+        const auto id = static_cast<std::uint32_t>(o.id) & 0xFFFFFF;
+        const auto flags = static_cast<std::uint32_t>(o.flags);
+        if (o.name.empty()) continue;
+        if (type == MDB_QUERY) {
+            queries_.push_back({o.name, id, static_cast<int>(flags)});
+            continue;
+        }
+        if (type != MDB_TABLE && type != MDB_LINKED_TABLE) continue;
+        const bool system = (flags & 0x80000002u) != 0;
+        if (type == MDB_TABLE && system && lowerAscii(o.name.substr(0, 4)) != "msys") continue;
+        MdbCatalogEntry& e = entries_.emplace_back();
+        e.mdb = mdb_;
+        std::snprintf(e.object_name, sizeof e.object_name, "%s", o.name.c_str());
+        e.object_type = type;
+        e.table_pg = id;
+        e.flags = static_cast<int>(flags);
+        tables_.push_back(&e);
+    }
 }
 
 void AccessDatabase::scan(MdbCatalogEntry* entry, std::vector<Field>* fieldsOut, RecordSink* sink) {
