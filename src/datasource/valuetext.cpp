@@ -25,22 +25,30 @@ std::string nonFinite(double v) {
     return v < 0 ? "-INF" : "INF";
 }
 
+// The shortest digits that read back to the same value, written without an
+// exponent for the magnitudes people write that way (10000000, not 1e+07).
+template <typename T>
+std::string shortest(T v) {
+    char buf[400];
+    T mag = v < 0 ? -v : v;
+    auto format =
+        mag >= T(1e-6) && mag < T(1e16) ? std::chars_format::fixed : std::chars_format::general;
+    auto r = std::to_chars(buf, buf + sizeof buf, v, format);
+    return std::string(buf, r.ptr);
+}
+
 }  // namespace
 
 std::string floating(double v) {
     if (!std::isfinite(v)) return nonFinite(v);
     if (v == 0) return "0";
-    char buf[40];
-    auto r = std::to_chars(buf, buf + sizeof buf, v);
-    return std::string(buf, r.ptr);
+    return shortest(v);
 }
 
 std::string singleFloat(float v) {
     if (!std::isfinite(v)) return nonFinite(v);
     if (v == 0) return "0";
-    char buf[40];
-    auto r = std::to_chars(buf, buf + sizeof buf, v);
-    return std::string(buf, r.ptr);
+    return shortest(v);
 }
 
 std::string decimalDigits(bool negative, std::string_view digits, int scale) {

@@ -12,6 +12,11 @@ TEST(ValueText, NumbersTakeTheirShortestExactForm) {
     EXPECT_EQ(vt::floating(0.1 + 0.2), "0.30000000000000004");
     EXPECT_EQ(vt::floating(-2.5), "-2.5");
     EXPECT_EQ(vt::floating(0.0), "0");
+    EXPECT_EQ(vt::floating(1e7), "10000000");
+    EXPECT_EQ(vt::floating(123456789012345.0), "123456789012345");
+    EXPECT_EQ(vt::floating(1e-7), "1e-07");
+    EXPECT_EQ(vt::floating(2.5e20), "2.5e+20");
+    EXPECT_EQ(vt::singleFloat(16777216.0f), "16777216");
     EXPECT_EQ(vt::integer(-9223372036854775807LL - 1), "-9223372036854775808");
     EXPECT_EQ(vt::decimalScaled(140000, 4), "14");
     EXPECT_EQ(vt::decimalScaled(19955000, 4), "1995.5");
