@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QFontMetricsF>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -58,6 +59,8 @@ QToolBar* makeRunToolbar(const QString& name, QWidget* parent) {
         QAction* a =
             bar->addAction(parent->style()->standardIcon(b.icon), QString::fromUtf8(b.caption));
         a->setObjectName(QString::fromUtf8(b.key));
+        // Toolbar buttons drop a trailing "..." unless the text is set as given.
+        a->setIconText(QString::fromUtf8(b.caption));
     }
     return bar;
 }
@@ -180,7 +183,7 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     typeLine->addStretch();
     auto* frames = new QHBoxLayout;
     frames->addWidget(singleFrame_, 1);
-    frames->addWidget(separateFrame_, 2);
+    frames->addWidget(separateFrame_, 1);
     auto* previewLine = new QHBoxLayout;
     previewLine->addWidget(chkqwkpre_);
     previewLine->addWidget(cmdqwlvw);
@@ -200,6 +203,7 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     QFont mono(QStringLiteral("Monospace"));
     mono.setStyleHint(QFont::TypeWriter);
     richoutput_->setFont(mono);
+    richoutput_->setTabStopDistance(QFontMetricsF(mono).horizontalAdvance(QLatin1Char(' ')) * 4);
     brwWebBrowser_ = new BrowserPane(QStringLiteral("brwWebBrowser"), realBrowsers, this);
     previewTabs_ = new QTabWidget(this);
     previewTabs_->setObjectName(QStringLiteral("SSTab2"));
