@@ -58,6 +58,9 @@ bool isKnownConnectString(const std::string& c) {
 std::string databaseNameFor(const std::string& connect, const std::string& chosenFile) {
     if (connect == "Microsoft Access" || connect == "Excel 8.0;" || connect == "Btrieve;")
         return chosenFile;
+    // A folder chosen as the source is the database itself.
+    std::error_code ec;
+    if (fs::is_directory(chosenFile, ec)) return chosenFile;
     fs::path p(chosenFile);
     std::string parent = p.parent_path().string();
     return parent.empty() ? std::string(".") : parent;

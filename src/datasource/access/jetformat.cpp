@@ -3,65 +3,14 @@
 #include <cmath>
 #include <cstring>
 
+#include "datasource/bytes.h"
 #include "datasource/valuetext.h"
 
 namespace rq::jet {
 
 namespace {
 
-std::uint32_t le32(const unsigned char* p) {
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-
-void appendCodePoint(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
-// Appends UTF-16 code units, pairing surrogates; a lone surrogate becomes U+FFFD.
-class Utf16Writer {
-  public:
-    explicit Utf16Writer(std::string& out) : out_(out) {}
-    void unit(std::uint16_t u) {
-        if (high_) {
-            if (u >= 0xDC00 && u <= 0xDFFF) {
-                appendCodePoint(out_, 0x10000 + ((high_ - 0xD800) << 10) + (u - 0xDC00));
-                high_ = 0;
-                return;
-            }
-            appendCodePoint(out_, 0xFFFD);
-            high_ = 0;
-        }
-        if (u >= 0xD800 && u <= 0xDBFF) {
-            high_ = u;
-        } else if (u >= 0xDC00 && u <= 0xDFFF) {
-            appendCodePoint(out_, 0xFFFD);
-        } else {
-            appendCodePoint(out_, u);
-        }
-    }
-    ~Utf16Writer() {
-        if (high_) appendCodePoint(out_, 0xFFFD);
-    }
-
-  private:
-    std::string& out_;
-    std::uint32_t high_ = 0;
-};
+using bytes::le32;
 
 constexpr unsigned char kHeaderKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
 
@@ -134,7 +83,7 @@ bool parseHeader(std::string_view page0, Header& out) {
         std::uint32_t ud = static_cast<std::uint32_t>(days);
         for (int i = 0; i < 4; ++i) mask[i] = static_cast<unsigned char>(ud >> (8 * i));
         std::string text;
-        Utf16Writer w(text);
+        bytes::Utf16Decoder w(text);
         for (int i = 0; i < 40; i += 2) {
             std::uint16_t u = static_cast<std::uint16_t>((hdr[0x42 + i] ^ mask[i % 4]) |
                                                          (hdr[0x43 + i] ^ mask[(i + 1) % 4]) << 8);
@@ -150,7 +99,7 @@ bool parseHeader(std::string_view page0, Header& out) {
 void appendUcs2Text(std::string& out, std::string_view bytes) {
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     const std::size_t n = bytes.size();
-    Utf16Writer w(out);
+    bytes::Utf16Decoder w(out);
     if (n >= 2 && p[0] == 0xFF && p[1] == 0xFE) {
         bool compressed = true;
         std::size_t i = 2;

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "datasource/codepage.h"
-#include "datasource/dbase/bytefile.h"
+#include "datasource/bytes.h"
 #include "datasource/valuetext.h"
 
 namespace rq::dbase {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "datasource/bytes.h"
 #include "datasource/codepage.h"
 #include "datasource/excel/numberformat.h"
 #include "datasource/valuetext.h"
@@ -93,54 +94,6 @@ double rkValue(std::uint32_t rk) {
     return (rk & 1) ? v / 100.0 : v;
 }
 
-void appendUtf8(std::string& out, std::uint32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
-// UTF-16 code units to UTF-8; unpaired surrogates become U+FFFD.
-class Utf16Builder {
-  public:
-    explicit Utf16Builder(std::string& out) : out_(out) {}
-    void add(std::uint16_t u) {
-        if (high_) {
-            std::uint16_t h = high_;
-            high_ = 0;
-            if (u >= 0xDC00 && u <= 0xDFFF) {
-                appendUtf8(out_, 0x10000 + ((h - 0xD800u) << 10) + (u - 0xDC00u));
-                return;
-            }
-            appendUtf8(out_, 0xFFFD);
-        }
-        if (u >= 0xD800 && u <= 0xDBFF)
-            high_ = u;
-        else if (u >= 0xDC00 && u <= 0xDFFF)
-            appendUtf8(out_, 0xFFFD);
-        else
-            appendUtf8(out_, u);
-    }
-    ~Utf16Builder() {
-        if (high_) appendUtf8(out_, 0xFFFD);
-    }
-
-  private:
-    std::string& out_;
-    std::uint16_t high_ = 0;
-};
-
 // Reads across a record and the CONTINUE records after it. Character data
 // that runs into a CONTINUE record starts there with a new option byte.
 class Segments {
@@ -182,7 +135,7 @@ class Segments {
         std::string out;
         out.reserve(count);
         {
-            Utf16Builder b(out);
+            bytes::Utf16Decoder b(out);
             while (count > 0) {
                 if (seg_ < segs_.size() && pos_ >= segs_[seg_].size()) {
                     // Characters continue in the next record, behind a fresh option byte.
@@ -202,10 +155,10 @@ class Segments {
                 std::size_t take = std::min(avail, count);
                 for (std::size_t k = 0; k < take; ++k) {
                     if (wide) {
-                        b.add(static_cast<std::uint16_t>(p[pos_] | (p[pos_ + 1] << 8)));
+                        b.unit(static_cast<std::uint16_t>(p[pos_] | (p[pos_ + 1] << 8)));
                         pos_ += 2;
                     } else {
-                        b.add(p[pos_++]);
+                        b.unit(p[pos_++]);
                     }
                 }
                 count -= take;

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "datasource/codepage.h"
-#include "datasource/dbase/bytefile.h"
+#include "datasource/bytes.h"
 #include "datasource/valuetext.h"
 
 namespace rq::paradox {

@@ -65,14 +65,14 @@ bool isTypeWord(std::string_view word) {
 
 // "name type [Width n]", the name possibly quoted.
 ColumnSpec parseColumn(std::string_view value) {
-    ColumnSpec spec;
+    ColumnSpec column;
     value = trim(value);
     std::string_view rest;
     if (!value.empty() && (value.front() == '"' || value.front() == '[')) {
         char close = value.front() == '"' ? '"' : ']';
         std::size_t end = value.find(close, 1);
         if (end == std::string_view::npos) end = value.size();
-        spec.name = std::string(value.substr(1, end - 1));
+        column.name = std::string(value.substr(1, end - 1));
         rest = end < value.size() ? value.substr(end + 1) : std::string_view();
     } else {
         rest = value;
@@ -90,22 +90,22 @@ ColumnSpec parseColumn(std::string_view value) {
         int w = 0;
         auto sv = words[count - 1].second;
         auto [p, ec] = std::from_chars(sv.data(), sv.data() + sv.size(), w);
-        if (ec == std::errc() && w > 0 && w <= 1 << 20) spec.width = w;
+        if (ec == std::errc() && w > 0 && w <= 1 << 20) column.width = w;
         count -= 2;
     }
     // The type word is the last word left, unless it is the only word of an
     // unquoted name.
     std::size_t nameEnd = count;
-    if (count >= 1 && isTypeWord(words[count - 1].second) && (!spec.name.empty() || count >= 2)) {
-        spec.type = typeFromSchemaWord(words[count - 1].second);
+    if (count >= 1 && isTypeWord(words[count - 1].second) && (!column.name.empty() || count >= 2)) {
+        column.type = typeFromSchemaWord(words[count - 1].second);
         nameEnd = count - 1;
     }
-    if (spec.name.empty() && nameEnd > 0) {
+    if (column.name.empty() && nameEnd > 0) {
         std::size_t from = words[0].first;
         std::size_t to = words[nameEnd - 1].first + words[nameEnd - 1].second.size();
-        spec.name = std::string(rest.substr(from, to - from));
+        column.name = std::string(rest.substr(from, to - from));
     }
-    return spec;
+    return column;
 }
 
 }  // namespace
@@ -200,7 +200,7 @@ TableSettings SchemaIni::settingsFor(const std::string& fileName) const {
     for (const auto& c : cols) maxIndex = std::max(maxIndex, c.first);
     s.columns.resize(static_cast<std::size_t>(maxIndex));
     for (std::size_t i = 0; i < s.columns.size(); ++i) s.columns[i].name.clear();
-    for (auto& [n, spec] : cols) s.columns[static_cast<std::size_t>(n - 1)] = std::move(spec);
+    for (auto& [n, column] : cols) s.columns[static_cast<std::size_t>(n - 1)] = std::move(column);
     for (std::size_t i = 0; i < s.columns.size(); ++i)
         if (s.columns[i].name.empty()) s.columns[i].name = "F" + std::to_string(i + 1);
     return s;

@@ -1,11 +1,12 @@
-// Whole-file reads and bounds-checked little/big-endian access for the readers
-// of the folder-based file kinds.
+// Shared helpers of the readers: whole-file reads, bounds-checked little and
+// big-endian access, UTF-16 decoding, and folders of table files.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace rq::bytes {
 
@@ -50,5 +51,44 @@ inline const unsigned char* uc(std::string_view data, std::size_t offset = 0) {
 // Case-insensitive ASCII comparisons for file names and extensions.
 bool equalsIgnoreCase(std::string_view a, std::string_view b);
 bool lessIgnoreCase(std::string_view a, std::string_view b);
+
+// Appends UTF-16 code units as UTF-8, pairing surrogates; a lone surrogate
+// becomes U+FFFD.
+class Utf16Decoder {
+  public:
+    explicit Utf16Decoder(std::string& out) : out_(out) {}
+    Utf16Decoder(const Utf16Decoder&) = delete;
+    Utf16Decoder& operator=(const Utf16Decoder&) = delete;
+    ~Utf16Decoder() { finish(); }
+    void unit(std::uint16_t u);
+    // Ends the text: a high surrogate still waiting becomes U+FFFD.
+    void finish();
+
+  private:
+    std::string& out_;
+    std::uint16_t high_ = 0;
+};
+
+// A folder whose files are tables of one extension (any letter case), each
+// named by its base name, with companion files of the same base name.
+class TableFolder {
+  public:
+    // Lists the folder; throws DatabaseError naming it when it cannot be read.
+    TableFolder(std::string folder, std::string_view tableExtension);
+    const std::string& path() const { return folder_; }
+    // Table names sorted without regard to letter case.
+    const std::vector<std::string>& tables() const { return tables_; }
+    // The file of a table; throws DatabaseError when there is none.
+    std::string tablePath(const std::string& table) const;
+    // The file of the same base name with another extension (the exact base name
+    // first, then any letter case), or "" when there is none.
+    std::string companion(const std::string& table, std::string_view extension) const;
+
+  private:
+    std::string folder_;
+    std::string extension_;
+    std::vector<std::string> files_;
+    std::vector<std::string> tables_;
+};
 
 }  // namespace rq::bytes
