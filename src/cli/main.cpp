@@ -1,8 +1,9 @@
-// rowquill-cli: the batch converter. Opens a table of a file database, and
-// writes it as XML through a layout, as comma-separated text, or writes its
-// default layout file.
+// rowquill-cli: the batch converter. Opens a table of a file database or of an
+// ODBC data source, and writes it as XML through a layout, as comma-separated
+// text, or writes its default layout file.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "datasource/database.h"
+#include "datasource/odbc/odbcsource.h"
 #include "datasource/sheetloader.h"
 #include "generate/escape.h"
 #include "generate/generationrun.h"
@@ -30,12 +32,15 @@ constexpr int kExitFailure = 2;
 
 const char* const kHelp =
     R"HELP(Usage: rowquill-cli COMMAND SOURCE [OPTIONS]
+       rowquill-cli COMMAND --odbc CONNECTION [OPTIONS]
+       rowquill-cli sources
 
-Turns a table of a desktop database file into XML.
+Turns a table of a desktop database file or of an ODBC data source into XML.
 
 Commands:
   tables SOURCE                 list the tables, then the stored queries
-                                (marked " (query)"), one a line
+                                (marked " (query)"), one a line; for an ODBC
+                                source its tables, then its views
   convert SOURCE (--table NAME | --sql STATEMENT) -o OUTPUT [OPTIONS]
                                 write the table as one XML document, or with
                                 --split N as one document per N records into
@@ -44,8 +49,19 @@ Commands:
                                 write the table as comma-separated text (UTF-8)
   layout SOURCE (--table NAME | --sql STATEMENT) -o FILE
                                 write the table's default layout file (.rqlayout)
+  sources                       list the ODBC data sources the driver manager
+                                knows (user ones, then system ones, each with
+                                its driver) and the installed ODBC drivers
 
-Source options:
+In place of SOURCE every command but sources takes
+  --odbc CONNECTION             an ODBC connection string, such as
+                                "DSN=Sales;UID=me;PWD=secret" or
+                                "Driver=SQLite3;Database=/data/shop.db"; it is
+                                never prompted for what it lacks. --table NAME
+                                reads "Select * from [NAME]"; in --sql
+                                statements names may be written in [brackets]
+
+Source options (file databases):
   --kind KIND                   the database kind, one of "Microsoft Access",
                                 "Dbase 5.0;", "Dbase IV;", "Dbase III;",
                                 "FoxPro 3.0;", "FoxPro 2.6;", "FoxPro 2.5;",
@@ -56,7 +72,10 @@ Source options:
                                 is read as text files)
   --password P                  the database password
   --codepage N                  the code page of files that do not name one
-                                (Btrieve; text files that are not UTF-8)
+                                (Btrieve; text files without a byte-order mark
+                                or a CharacterSet in schema.ini), such as 866
+                                or 1251; without it Btrieve is read as 437 and
+                                text as UTF-8 when it is valid UTF-8, else 1252
 
 Convert options:
   --layout FILE                 use a layout file instead of the default layout
@@ -92,6 +111,7 @@ struct Failure {
 
 struct Options {
     std::string command, source, kind, password, table, sql, layout, output, xslt, css, dtd;
+    std::optional<std::string> odbc;  // a connection string given in place of SOURCE
     std::optional<std::string> schemaNamespace, schemaLocation;
     std::vector<std::string> rootAttributes;
     int codepage = 0;
@@ -127,6 +147,8 @@ Options parseArguments(int argc, char** argv) {
         if (a == "-h" || a == "--help") {
             o.command = "help";
             return o;
+        } else if (a == "--odbc") {
+            o.odbc = value();
         } else if (a == "--kind") {
             o.kind = value();
         } else if (a == "--password") {
@@ -166,11 +188,26 @@ Options parseArguments(int argc, char** argv) {
     if (positional.empty()) usage("no command given");
     o.command = positional[0];
     if (o.command != "tables" && o.command != "convert" && o.command != "export" &&
-        o.command != "layout")
+        o.command != "layout" && o.command != "sources")
         usage("unknown command \"" + o.command + "\"");
-    if (positional.size() < 2) usage(o.command + " needs a SOURCE");
-    if (positional.size() > 2) usage("unexpected argument \"" + positional[2] + "\"");
-    o.source = positional[1];
+    if (o.command == "sources") {
+        if (positional.size() > 1) usage("unexpected argument \"" + positional[1] + "\"");
+        if (o.odbc) usage("sources takes no --odbc");
+        return o;
+    }
+    if (o.odbc) {
+        if (positional.size() > 1)
+            usage("give either SOURCE or --odbc, not both (\"" + positional[1] + "\")");
+        if (o.odbc->empty()) usage("--odbc needs a connection string");
+        if (!o.kind.empty() || !o.password.empty() || o.codepage)
+            usage(
+                "--kind, --password and --codepage belong to database files; with --odbc put "
+                "what the driver needs in the connection string");
+    } else {
+        if (positional.size() < 2) usage(o.command + " needs a SOURCE or --odbc CONNECTION");
+        if (positional.size() > 2) usage("unexpected argument \"" + positional[2] + "\"");
+        o.source = positional[1];
+    }
     if (!o.kind.empty() && !isKnownConnectString(o.kind)) usage("unknown kind \"" + o.kind + "\"");
     if (o.command == "tables") return o;
     if (o.table.empty() == o.sql.empty()) usage(o.command + " needs either --table or --sql");
@@ -222,7 +259,20 @@ class CountingSink : public SheetSink {
 
 // ---- the source --------------------------------------------------------------------
 
+// How messages name the source.
+std::string sourceLabel(const Options& o) {
+    return o.odbc ? "the ODBC source" : o.source;
+}
+
 std::unique_ptr<Database> openSource(const Options& o) {
+    if (o.odbc) {
+        // The message already says "Error Opening DataSource: " and the driver's words.
+        try {
+            return openOdbcSource(*o.odbc);
+        } catch (const DatabaseError& e) {
+            failure(e.what());
+        }
+    }
     std::error_code ec;
     if (!fs::exists(o.source, ec)) failure("cannot find the source " + o.source);
     const bool folder = fs::is_directory(o.source, ec);
@@ -285,8 +335,11 @@ DataSheet loadSheet(Database& db, const Options& o, ProgressLine& line) {
     try {
         if (!o.table.empty()) {
             std::string name = findTable(db, o.table);
+            // A data source may know tables it does not list (system tables,
+            // synonyms, other schemas): the name goes to the driver as typed.
+            if (name.empty() && o.odbc) name = o.table;
             if (name.empty())
-                failure("no table named \"" + o.table + "\" in " + o.source +
+                failure("no table named \"" + o.table + "\" in " + sourceLabel(o) +
                         " (rowquill-cli tables lists them)");
             db.read(name, sink);
         } else {
@@ -344,6 +397,43 @@ int listTables(const Options& o) {
     return 0;
 }
 
+// A heading, then one "  NAME  TEXT" line per entry with the texts lined up,
+// or "  (none)".
+void writeSection(std::ostream& out, const std::string& heading,
+                  const std::vector<std::pair<std::string, std::string>>& entries) {
+    out << heading << ":\n";
+    if (entries.empty()) out << "  (none)\n";
+    std::size_t width = 0;
+    for (const auto& e : entries) width = std::max(width, e.first.size());
+    for (const auto& [name, text] : entries) {
+        out << "  " << name;
+        if (!text.empty()) out << std::string(width - name.size() + 2, ' ') << text;
+        out << '\n';
+    }
+}
+
+int listSources() {
+    std::vector<std::pair<std::string, std::string>> user, system, drivers;
+    for (const auto& s : odbcDataSources())
+        (s.system ? system : user).push_back({s.name, s.driver});
+    for (const auto& d : odbcDrivers()) {
+        std::string description;
+        for (const auto& a : d.attributes)
+            if (a.size() > 12 &&
+                std::equal(a.begin(), a.begin() + 12, "Description=", [](char x, char y) {
+                    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(y);
+                }))
+                description = a.substr(12);
+        drivers.push_back({d.name, description});
+    }
+    writeSection(std::cout, "User data sources", user);
+    writeSection(std::cout, "System data sources", system);
+    writeSection(std::cout, "Drivers", drivers);
+    std::cout.flush();
+    if (!std::cout) failure("cannot write the list of data sources");
+    return 0;
+}
+
 void convertSingle(LayoutTree& tree, const DataSheet& sheet, const Options& o, ProgressLine& line) {
     WorkingTable work;
     clenzr(tree, work);
@@ -398,6 +488,7 @@ void convertSplit(LayoutTree& tree, const DataSheet& sheet, const Options& o, Pr
 }
 
 int run(const Options& o) {
+    if (o.command == "sources") return listSources();
     if (o.command == "tables") return listTables(o);
     ProgressLine line;
     auto db = openSource(o);

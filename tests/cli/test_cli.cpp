@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
+#include "cli_test_support.h"
 #include "datasource/database.h"
 #include "datasource/sheetloader.h"
 #include "generate/generationrun.h"
@@ -13,63 +10,22 @@
 #include "layout/layoutfile.h"
 
 using namespace rq;
+using namespace rq::clitest;
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-std::string quoted(const std::string& s) {
-    std::string q = "'";
-    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return q + "'";
-}
-
-class CliTest : public ::testing::Test {
+// Two tables; one with non-ASCII text, markup and an empty last cell.
+class CliFiles : public CliTest {
   protected:
-    fs::path dir;
     void SetUp() override {
-        std::string templ = (fs::temp_directory_path() / "rqcliXXXXXX").string();
-        dir = ::mkdtemp(templ.data());
-        // Two tables; one with non-ASCII text, markup and an empty last cell.
+        CliTest::SetUp();
         write("db/orders.csv",
               "ID,Name,City\r\n1,Zo\xC3\xAB,K\xC3\xB6ln \xE2\x82\xAC\r\n2,\"Smith, "
               "J\",a<b\r\n3,X,\r\n");
         write("db/people.txt", "n\nA\nB\nC\nD\nE\n");
     }
-    void TearDown() override { fs::remove_all(dir); }
-    void write(const std::string& rel, const std::string& bytes) {
-        fs::create_directories((dir / rel).parent_path());
-        std::ofstream(dir / rel, std::ios::binary) << bytes;
-    }
-    std::string path(const std::string& rel) const { return (dir / rel).string(); }
-
-    Result run(const std::vector<std::string>& args) {
-        std::string cmd = quoted(ROWQUILL_CLI);
-        for (const auto& a : args) cmd += " " + quoted(a);
-        cmd += " >" + quoted(path("stdout")) + " 2>" + quoted(path("stderr")) + " </dev/null";
-        Result r;
-        int raw = std::system(cmd.c_str());
-        r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-        r.out = slurp(dir / "stdout");
-        r.err = slurp(dir / "stderr");
-        return r;
-    }
 };
-
-bool oneLine(const std::string& s) {
-    return !s.empty() && s.find('\n') == s.size() - 1;
-}
 
 const std::string kOrdersBody =
     "\t<document>\r\n"
@@ -82,7 +38,7 @@ const std::string kOrdersBody =
 
 }  // namespace
 
-TEST_F(CliTest, HelpAndUsageErrors) {
+TEST_F(CliFiles, HelpAndUsageErrors) {
     Result help = run({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Usage: rowquill-cli"), std::string::npos);
@@ -111,7 +67,7 @@ TEST_F(CliTest, HelpAndUsageErrors) {
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
-TEST_F(CliTest, SourceErrorsExitWithTwo) {
+TEST_F(CliFiles, SourceErrorsExitWithTwo) {
     write("notes.xyz", "x");
     const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
         {{"tables", path("missing.csv")}, "cannot find the source"},
@@ -134,7 +90,7 @@ TEST_F(CliTest, SourceErrorsExitWithTwo) {
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
-TEST_F(CliTest, TablesListsTheFolder) {
+TEST_F(CliFiles, TablesListsTheFolder) {
     Result r = run({"tables", path("db/orders.csv")});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "orders#csv\npeople#txt\n");
@@ -142,7 +98,7 @@ TEST_F(CliTest, TablesListsTheFolder) {
     EXPECT_EQ(run({"tables", path("db")}).out, r.out);
 }
 
-TEST_F(CliTest, ConvertWritesCodePage1252OrUtf8) {
+TEST_F(CliFiles, ConvertWritesCodePage1252OrUtf8) {
     Result r =
         run({"convert", path("db/orders.csv"), "--table", "orders.csv", "-o", path("out.xml")});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -162,7 +118,7 @@ TEST_F(CliTest, ConvertWritesCodePage1252OrUtf8) {
     EXPECT_EQ(files, 3);  // out.xml, stdout, stderr
 }
 
-TEST_F(CliTest, PrologAndRootAttributeOptions) {
+TEST_F(CliFiles, PrologAndRootAttributeOptions) {
     Result r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--xslt", "s.xsl",
                     "--dtd", "d.dtd", "--schema", "urn:o", "o.xsd", "--root-attribute",
                     "my lang=en", "-o", path("out.xml")});
@@ -176,7 +132,7 @@ TEST_F(CliTest, PrologAndRootAttributeOptions) {
               "xsi:schemaLocation=\"o.xsd\" my_lang=\"en\" >\r\n");
 }
 
-TEST_F(CliTest, SplitWritesBlocksIntoAnEmptyFolderOnly) {
+TEST_F(CliFiles, SplitWritesBlocksIntoAnEmptyFolderOnly) {
     Result r = run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2", "-o",
                     path("split")});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -204,7 +160,7 @@ TEST_F(CliTest, SplitWritesBlocksIntoAnEmptyFolderOnly) {
     EXPECT_TRUE(fs::exists(dir / "empty" / "form_row_1_to_row_5_.xml"));
 }
 
-TEST_F(CliTest, ExportWritesTheCsvText) {
+TEST_F(CliFiles, ExportWritesTheCsvText) {
     Result r = run({"export", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.txt")});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(slurp(dir / "o.txt"),
@@ -215,7 +171,7 @@ TEST_F(CliTest, ExportWritesTheCsvText) {
               "\r\n");
 }
 
-TEST_F(CliTest, LayoutFileOutAndBackIn) {
+TEST_F(CliFiles, LayoutFileOutAndBackIn) {
     Result r =
         run({"layout", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.rqlayout")});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -245,7 +201,7 @@ TEST_F(CliTest, LayoutFileOutAndBackIn) {
     EXPECT_FALSE(fs::exists(dir / "bad.xml"));
 }
 
-TEST_F(CliTest, ConvertGivesTheBytesOfTheWindowsSave) {
+TEST_F(CliFiles, ConvertGivesTheBytesOfTheWindowsSave) {
     const fs::path fixture = fs::path(ROWQUILL_FIXTURES) / "text" / "temperature_qaqc";
     if (!fs::exists(fixture)) GTEST_SKIP() << "fixtures folder absent: " << fixture;
     const std::string source = (fixture / "ARD_to_WRS.csv").string();
@@ -266,7 +222,7 @@ TEST_F(CliTest, ConvertGivesTheBytesOfTheWindowsSave) {
               std::string::npos);
 }
 
-TEST_F(CliTest, SqlStatementsGoThroughTheQueryEngine) {
+TEST_F(CliFiles, SqlStatementsGoThroughTheQueryEngine) {
     Result r = run({"convert", path("db/orders.csv"), "--sql",
                     "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC",
                     "--convert-symbols", "-o", path("q.xml")});

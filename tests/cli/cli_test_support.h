@@ -1,0 +1,73 @@
+// Running the built rowquill-cli from tests: a fixture with a private folder,
+// and the exit status, standard output and standard error of one run.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace rq::clitest {
+
+struct Result {
+    int status = -1;
+    std::string out, err;
+};
+
+inline std::string slurp(const std::filesystem::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// The text as one word of a shell command.
+inline std::string quoted(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+// True when the text is exactly one line ended by a line feed.
+inline bool oneLine(const std::string& s) {
+    return !s.empty() && s.find('\n') == s.size() - 1;
+}
+
+class CliTest : public ::testing::Test {
+  protected:
+    std::filesystem::path dir;
+    void SetUp() override {
+        std::string templ = (std::filesystem::temp_directory_path() / "rqcliXXXXXX").string();
+        dir = ::mkdtemp(templ.data());
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+    void write(const std::string& rel, const std::string& bytes) {
+        std::filesystem::create_directories((dir / rel).parent_path());
+        std::ofstream(dir / rel, std::ios::binary) << bytes;
+    }
+    std::string path(const std::string& rel) const { return (dir / rel).string(); }
+
+    // Runs the program with the arguments; each of `environment` is NAME=VALUE.
+    Result run(const std::vector<std::string>& args,
+               const std::vector<std::string>& environment = {}) {
+        std::string cmd;
+        for (const auto& e : environment) cmd += quoted(e) + " ";
+        cmd = (cmd.empty() ? "" : "env " + cmd) + quoted(ROWQUILL_CLI);
+        for (const auto& a : args) cmd += " " + quoted(a);
+        cmd += " >" + quoted(path("stdout")) + " 2>" + quoted(path("stderr")) + " </dev/null";
+        Result r;
+        int raw = std::system(cmd.c_str());
+        r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        r.out = slurp(dir / "stdout");
+        r.err = slurp(dir / "stderr");
+        return r;
+    }
+};
+
+}  // namespace rq::clitest

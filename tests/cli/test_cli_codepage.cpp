@@ -1,0 +1,80 @@
+// --codepage reaching the readers of files that do not name their code page.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "cli_test_support.h"
+
+using namespace rq::clitest;
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path doclife() {
+    return fs::path(ROWQUILL_FIXTURES) / "btrieve" / "doclife";
+}
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+TEST_F(CliTest, BtrieveDictionaryNamesAndValuesInCodePage866) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "fixtures folder absent: " << doclife();
+    const std::string ddf = (doclife() / "FILE.DDF").string();
+    // The dictionary holds the table name as the 866 bytes 91 AF E0 A0 A2 AE E7 AD A8 AA ...
+    Result r = run({"tables", ddf, "--codepage", "866"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(contains(r.out, "\nСправочник_районов\n")) << r.out;
+    EXPECT_TRUE(contains(r.out, "\nСтатьи_расходов\n")) << r.out;
+    // The folder of the dictionary reads the same.
+    EXPECT_EQ(run({"tables", doclife().string(), "--kind", "Btrieve;", "--codepage=866"}).out,
+              r.out);
+
+    Result dos = run({"tables", ddf});
+    ASSERT_EQ(dos.status, 0) << dos.err;
+    EXPECT_FALSE(contains(dos.out, "Справочник_районов")) << dos.out;
+
+    r = run(
+        {"export", ddf, "--codepage", "866", "--table", "Справочник_районов", "-o", path("r.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string text = slurp(dir / "r.txt");
+    EXPECT_EQ(text.rfind("\"Номер_района\",\"Наименование_района\"\r\n", 0), 0u) << text;
+    EXPECT_TRUE(contains(text, ",\"Адмиралтейский\",\r\n")) << text;
+    EXPECT_TRUE(contains(text, ",\"Центральный\",\r\n")) << text;
+
+    // The XML document in UTF-8 carries the same text.
+    r = run({"convert", ddf, "--codepage", "866", "--table", "Справочник_районов",
+             "--convert-symbols", "-o", path("r.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(contains(slurp(dir / "r.xml"), ">Центральный</")) << slurp(dir / "r.xml");
+}
+
+TEST_F(CliTest, TextFilesInTheGivenCodePage) {
+    // "Привет" in code page 1251, and the same word in UTF-8 after a byte-order mark.
+    write("db/w.csv", "id,name\r\n1,\xCF\xF0\xE8\xE2\xE5\xF2\r\n");
+    write("db/u.csv",
+          "\xEF\xBB\xBFid,name\r\n1,\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82\r\n");
+    Result r = run({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "1251", "-o",
+                    path("w.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "w.txt"), "\"id\",\"name\"\r\n\"1\",\"Привет\",\r\n\r\n");
+    // A byte-order mark outweighs the option.
+    r = run({"export", path("db/u.csv"), "--table", "u#csv", "--codepage", "1251", "-o",
+             path("u.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "u.txt"), "\"id\",\"name\"\r\n\"1\",\"Привет\",\r\n\r\n");
+
+    // Without the option the bytes are not UTF-8 and read as code page 1252.
+    r = run({"export", path("db/w.csv"), "--table", "w#csv", "-o", path("d.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(
+        slurp(dir / "d.txt"),
+        "\"id\",\"name\"\r\n\"1\",\"\xC3\x8F\xC3\xB0\xC3\xA8\xC3\xA2\xC3\xA5\xC3\xB2\",\r\n\r\n");
+
+    Result bad = run({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "x1251", "-o",
+                      path("x.txt")});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_TRUE(oneLine(bad.err)) << bad.err;
+}

@@ -1,0 +1,250 @@
+// rowquill-cli over ODBC data sources, through the SQLite 3 ODBC driver.
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+
+#include "cli_test_support.h"
+#include "datasource/odbc/odbcsource.h"
+
+using namespace rq;
+using namespace rq::clitest;
+namespace fs = std::filesystem;
+
+namespace {
+
+// The installed driver whose library is the SQLite 3 one: its name, and its
+// "Driver=" attribute (empty when there is none).
+struct SqliteDriver {
+    std::string name, library;
+};
+
+SqliteDriver findSqliteDriver() {
+    for (const auto& d : odbcDrivers())
+        for (const auto& a : d.attributes)
+            if (a.rfind("Driver=", 0) == 0 && a.find("sqlite3odbc") != std::string::npos)
+                return {d.name, a.substr(7)};
+    return {};
+}
+
+class CliOdbc : public CliTest {
+  protected:
+    SqliteDriver driver;
+    std::string connection;  // to the file made by SetUp
+
+    void SetUp() override {
+        CliTest::SetUp();
+        driver = findSqliteDriver();
+        if (driver.name.empty()) GTEST_SKIP() << "the SQLite 3 ODBC driver is not installed";
+        std::string file = path("shop.db");
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &db), SQLITE_OK);
+        for (const char* s : {
+                 "create table [Order Lines] (id integer, item varchar(20), price real)",
+                 "insert into [Order Lines] values (1, 'Bolt', 2.5), "
+                 "(2, 'Zo\xC3\xAB & <Co>', NULL), (3, NULL, 0.25)",
+                 "create table MSysObjects (a)",
+                 "create table [~tmp1] (a)",
+                 "create table Alpha (a)",
+                 "create view [b view] as select item from [Order Lines] where id = 1",
+                 "create view msysview as select 2",
+             }) {
+            char* error = nullptr;
+            EXPECT_EQ(sqlite3_exec(db, s, nullptr, nullptr, &error), SQLITE_OK)
+                << s << ": " << (error ? error : "");
+            sqlite3_free(error);
+        }
+        sqlite3_close(db);
+        connection = "Driver=" + driver.name + ";Database=" + file + ";";
+    }
+};
+
+const std::string kOrderLinesXml =
+    "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
+    "\t\t<row>\r\n\t\t\t<id>1</id>\r\n\t\t\t<item>Bolt</item>\r\n"
+    "\t\t\t<price>2.5</price></row>\r\n"
+    "\t\t<row>\r\n\t\t\t<id>2</id>\r\n\t\t\t<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item>\r\n"
+    "\t\t\t<price></price></row>\r\n"
+    "\t\t<row>\r\n\t\t\t<id>3</id>\r\n\t\t\t<item></item>\r\n"
+    "\t\t\t<price>0.25</price></row>\r\n"
+    "\t</document>\r\n\r\n";
+
+}  // namespace
+
+TEST_F(CliOdbc, TablesListsTablesThenViewsWithoutSystemNames) {
+    Result r = run({"tables", "--odbc", connection});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
+    EXPECT_EQ(r.err, "");
+}
+
+TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
+    Result r = run({"convert", "--odbc", connection, "--table", "Order Lines", "--convert-symbols",
+                    "-o", path("o.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "o.xml"), kOrderLinesXml);
+
+    // The typed name is matched to the listed one regardless of letter case;
+    // without --convert-symbols the document is in code page 1252.
+    r = run({"convert", "--odbc=" + connection, "--table", "order lines", "-o", path("w.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string western = kOrderLinesXml;
+    western.replace(western.find("Zo\xC3\xAB"), 4, "Zo\xEB");
+    EXPECT_EQ(slurp(dir / "w.xml"), western);
+
+    r = run({"export", "--odbc", connection, "--table", "Order Lines", "-o", path("o.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "o.txt"),
+              "\"id\",\"item\",\"price\"\r\n"
+              "\"1\",\"Bolt\",\"2.5\",\r\n"
+              "\"2\",\"Zo\xC3\xAB & <Co>\",\r\n"
+              "\"3\",\"\",\"0.25\",\r\n"
+              "\r\n");
+
+    r = run({"layout", "--odbc", connection, "--table", "Order Lines", "-o", path("o.rqlayout")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string layout = slurp(dir / "o.rqlayout");
+    EXPECT_NE(layout.find("<data-element name=\"id\" column=\"0\"/>"), std::string::npos);
+    EXPECT_NE(layout.find("<data-element name=\"price\" column=\"2\"/>"), std::string::npos);
+    // The layout drives a conversion of the same source.
+    r = run({"convert", "--odbc", connection, "--table", "Order Lines", "--layout",
+             path("o.rqlayout"), "--convert-symbols", "-o", path("again.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "again.xml"), kOrderLinesXml);
+
+    // A view, and a table the list hides.
+    r = run({"export", "--odbc", connection, "--table", "b view", "-o", path("v.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "v.txt"), "\"item\"\r\n\"Bolt\",\r\n\r\n");
+    r = run({"export", "--odbc", connection, "--table", "MSysObjects", "-o", path("m.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "m.txt"), "\"a\"\r\n\r\n");
+    // A table the driver does not list at all goes to it as typed.
+    r = run({"export", "--odbc", connection, "--table", "sqlite_master", "-o", path("s.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string master = slurp(dir / "s.txt");
+    EXPECT_EQ(master.rfind("\"type\",\"name\",\"tbl_name\",\"rootpage\",\"sql\"\r\n", 0), 0u)
+        << master;
+    EXPECT_NE(master.find("\r\n\"view\",\"b view\",\"b view\",\"0\","), std::string::npos)
+        << master;
+}
+
+TEST_F(CliOdbc, SqlStatementsGoToTheDriverWithBracketedNames) {
+    Result r = run({"convert", "--odbc", connection, "--sql",
+                    "SELECT id, [item] FROM [Order Lines] WHERE price > 1 OR id = 2 "
+                    "ORDER BY id DESC",
+                    "--convert-symbols", "-o", path("q.xml")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "q.xml"),
+              "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
+              "\t\t<row>\r\n\t\t\t<id>2</id>\r\n"
+              "\t\t\t<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item></row>\r\n"
+              "\t\t<row>\r\n\t\t\t<id>1</id>\r\n\t\t\t<item>Bolt</item></row>\r\n"
+              "\t</document>\r\n\r\n");
+
+    r = run({"export", "--odbc", connection, "--sql", "SELECT count(*) AS n FROM [Order Lines]",
+             "-o", path("n.txt")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "n.txt"), "\"n\"\r\n\"3\",\r\n\r\n");
+}
+
+TEST_F(CliOdbc, SourceErrorsAreOneLineWithExitTwo) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
+        {{"tables", "--odbc", "Driver=No Such Driver Here;Database=x"},
+         "rowquill-cli: Error Opening DataSource: "},
+        {{"convert", "--odbc", "DSN=rowquill no such source", "--table", "t", "-o", path("x.xml")},
+         "rowquill-cli: Error Opening DataSource: "},
+        {{"convert", "--odbc", connection, "--table", "No Such Table", "-o", path("x.xml")},
+         "No Such Table"},
+        {{"convert", "--odbc", connection, "--sql", "SELEC id FROM Alpha", "-o", path("x.xml")},
+         "rowquill-cli: "},
+        {{"export", "--odbc", connection, "--table", "Alpha", "-o", path("no/such/dir/x.xml")},
+         "no/such/dir"},
+    };
+    for (const auto& [args, needle] : bad) {
+        Result r = run(args);
+        EXPECT_EQ(r.status, 2) << args[2] << ": " << r.err;
+        EXPECT_TRUE(oneLine(r.err)) << r.err;
+        EXPECT_NE(r.err.find(needle), std::string::npos) << r.err;
+        EXPECT_EQ(r.out, "");
+    }
+    // The driver's words follow the prefix.
+    Result r = run({"tables", "--odbc", "Driver=No Such Driver Here;"});
+    EXPECT_GT(r.err.size(), std::string("rowquill-cli: Error Opening DataSource: \n").size());
+    EXPECT_FALSE(fs::exists(dir / "x.xml"));
+}
+
+TEST_F(CliOdbc, UsageErrorsAroundTheConnectionString) {
+    const std::vector<std::vector<std::string>> bad = {
+        {"tables", path("shop.db"), "--odbc", connection},
+        {"tables", "--odbc", ""},
+        {"tables", "--odbc"},
+        {"convert", "--odbc", connection, "--table", "Alpha", "--kind", "Text;", "-o", path("x")},
+        {"convert", "--odbc", connection, "--table", "Alpha", "--codepage", "866", "-o", path("x")},
+        {"convert", "--odbc", connection, "--table", "Alpha", "--password", "p", "-o", path("x")},
+        {"convert", "--odbc", connection, "-o", path("x")},
+        {"sources", "extra"},
+        {"sources", "--odbc", connection},
+        {"tables"},
+    };
+    for (const auto& args : bad) {
+        Result r = run(args);
+        EXPECT_EQ(r.status, 1) << r.err;
+        EXPECT_TRUE(oneLine(r.err)) << r.err;
+        EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;
+    }
+    EXPECT_FALSE(fs::exists(dir / "x"));
+
+    Result help = run({"--help"});
+    EXPECT_NE(help.out.find("--odbc CONNECTION"), std::string::npos);
+    EXPECT_NE(help.out.find("\n  sources "), std::string::npos);
+}
+
+TEST_F(CliOdbc, SourcesListsTheInstalledSqliteDriver) {
+    Result r = run({"sources"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::size_t drivers = r.out.find("\nDrivers:\n");
+    ASSERT_NE(drivers, std::string::npos) << r.out;
+    EXPECT_EQ(r.out.rfind("User data sources:\n", 0), 0u) << r.out;
+    EXPECT_NE(r.out.find("\nSystem data sources:\n"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("\n  " + driver.name + " ", drivers), std::string::npos) << r.out;
+}
+
+TEST_F(CliOdbc, SourcesAndDataSourceNamesFromTheDriverManagerFiles) {
+    // A private driver list and private user and system data sources.
+    fs::create_directory(dir / "etc");
+    write("etc/odbcinst.ini", "[Lite Three]\nDescription=SQLite for the tests\nDriver=" +
+                                  driver.library + "\n\n[Bare]\nDriver=/nonexistent/libbare.so\n");
+    write("etc/odbc.ini", "[Archive]\nDriver=Lite Three\nDatabase=" + path("archive.db") + "\n");
+    write("user.ini", "[Shop Sales]\nDriver=Lite Three\nDatabase=" + path("shop.db") + "\n");
+    const std::vector<std::string> env = {"ODBCSYSINI=" + path("etc"),
+                                          "ODBCINI=" + path("user.ini")};
+    Result r = run({"sources"}, env);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "User data sources:\n"
+              "  Shop Sales  Lite Three\n"
+              "System data sources:\n"
+              "  Archive  Lite Three\n"
+              "Drivers:\n"
+              "  Lite Three  SQLite for the tests\n"
+              "  Bare\n");
+
+    r = run({"tables", "--odbc", "DSN=Shop Sales"}, env);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
+    // The completed connection string the driver reports is enough to reconnect.
+    r = run({"export", "--odbc", "DSN=Shop Sales", "--table", "Alpha", "-o", path("a.txt")}, env);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(dir / "a.txt"), "\"a\"\r\n\r\n");
+}
+
+TEST_F(CliTest, SourcesWithNoDataSourcesNorDriversSaysNone) {
+    write("etc/odbcinst.ini", "");
+    write("etc/odbc.ini", "");
+    write("user.ini", "");
+    Result r = run({"sources"}, {"ODBCSYSINI=" + path("etc"), "ODBCINI=" + path("user.ini")});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "User data sources:\n  (none)\nSystem data sources:\n  (none)\nDrivers:\n  (none)\n");
+}
