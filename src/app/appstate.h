@@ -21,6 +21,9 @@ struct AppState {
     std::string tempFolder;  // the working folder, ending in "/"; empty when none was made
     bool sheetchanged = true;
     SourceKind sourceKind = SourceKind::Odbc;
+    // The completed connection string of the last ODBC source opened; every
+    // later use of the source reconnects with it. Empty when none is open.
+    std::string odbcConnection;
 };
 
 // The status bar's second panel and its progress bar.

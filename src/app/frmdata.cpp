@@ -76,6 +76,8 @@ void Frmdata::buildBody(bool realBrowsers) {
     list2_->setObjectName(QStringLiteral("list2"));
     connect(list1_, &QListWidget::itemDoubleClicked, this,
             [this](QListWidgetItem* item) { loadListEntry(list1_->row(item)); });
+    connect(list2_, &QListWidget::itemDoubleClicked, this,
+            [this](QListWidgetItem* item) { loadOdbcListEntry(list2_->row(item)); });
     auto* panelLayout = new QVBoxLayout(listPanel_);
     panelLayout->setContentsMargins(0, 0, 0, 0);
     panelLayout->setSpacing(0);
@@ -167,6 +169,7 @@ void Frmdata::resetToStartup() {
     // 1. Browser panes and both grids.
     generateView_->reset();
     db_.reset();
+    state_.odbcConnection.clear();
     list1_->clear();
     list2_->clear();
     state_.sourceKind = SourceKind::Odbc;

@@ -46,6 +46,15 @@ class Frmdata : public QMainWindow {
     void openAtStart(const QString& path);
     // Loads the table-list entry into the sheet; false when it failed.
     bool loadListEntry(int row);
+    // "&ODBC...": the window reset for an ODBC source, then OpenADODB with
+    // an empty connection string (which asks for the data source).
+    void mnuDBOODBC();
+    // Opens the source, keeps its completed connection string and lists its
+    // tables and views; an empty string asks the user for the source first.
+    void openAdoDb(const QString& connectionString);
+    // Loads the ODBC table-list entry into the sheet, reconnecting with the
+    // saved connection string; false when it failed.
+    bool loadOdbcListEntry(int row);
     void mnusheet();
     void mnulayout();
     void mnugenerate();
@@ -69,6 +78,7 @@ class Frmdata : public QMainWindow {
     QAction* sheetToolAction(const QString& key) const;
     QToolBar* sheetToolbar() const { return tbrMain_; }
     QListWidget* tableList() const { return list1_; }
+    QListWidget* odbcTableList() const { return list2_; }
     QWidget* tableListPanel() const { return listPanel_; }
     QTableView* grid() const { return grid_; }
     SheetModel* sheetModel() const { return sheetModel_; }
@@ -102,6 +112,7 @@ class Frmdata : public QMainWindow {
     void reloadSheet();
     void showPosition();
     void reportOpenError(const QString& description, int code);
+    void showTableList();
     void openHelp(const char* relative);
     void showTab(int index);
 

@@ -150,6 +150,7 @@ void Frmdata::buildMenus() {
     connectOpenCommand("mnuDBOBtrieve", "Btrieve;");
     connectOpenCommand("mnuDBOExcel", "Excel 8.0;");
     connectOpenCommand("mnuDBOText", "Text;");
+    connect(action("mnuDBOODBC"), &QAction::triggered, this, &Frmdata::mnuDBOODBC);
     connect(action("mnuDBExit"), &QAction::triggered, this, &QWidget::close);
 
     // View.

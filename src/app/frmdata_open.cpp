@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "app/busycursor.h"
+#include "app/codepagedialog.h"
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/opensettings.h"
@@ -40,9 +41,15 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
         if (file.isEmpty()) return;
     }
 
+    // A Btrieve dictionary does not say which code page its text is in.
+    OpenOptions options;
+    if (connect == QLatin1String("Btrieve;")) {
+        options.codepage = askBtrieveCodePage(this);
+        if (options.codepage == 0) return;
+    }
+
     // 3.-6. Open it, asking for a password as often as one is needed, and
     // list its tables and stored queries.
-    OpenOptions options;
     std::vector<CatalogEntry> entries;
     for (;;) {
         try {
@@ -67,15 +74,19 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
         auto* item = new QListWidgetItem(fromUtf8(entry.name), list1_);
         item->setData(kMarkerRole, entry.marker);
     }
+    showTableList();
+
+    // 7. Select the first entry (nothing is loaded yet) and size the columns.
+    if (list1_->count() > 0) list1_->setCurrentRow(0);
+    colwd();
+}
+
+void Frmdata::showTableList() {
     listPanel_->show();
     if (splitter_->sizes().value(0) < 60) {
         const int total = splitter_->width();
         splitter_->setSizes({std::min(220, total / 3), total - std::min(220, total / 3)});
     }
-
-    // 7. Select the first entry (nothing is loaded yet) and size the columns.
-    if (list1_->count() > 0) list1_->setCurrentRow(0);
-    colwd();
 }
 
 void Frmdata::reportOpenError(const QString& description, int code) {
