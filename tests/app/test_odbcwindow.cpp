@@ -448,14 +448,6 @@ class OdbcWindowTest : public QObject {
         QCOMPARE(Dialogs::shown()[1].text, QString("frmCodePage"));
     }
 
-    void otherKindsAreNotAskedForACodePage() {
-        const QString dbf = QStringLiteral(ROWQUILL_FIXTURES);
-        Frmdata w(false);
-        Dialogs::setNextFileName(dbf + "/no-such-folder/x.dbf");
-        w.action("mnuDBOdBASE4")->trigger();
-        for (const ShownDialog& s : Dialogs::shown()) QVERIFY(s.text != "frmCodePage");
-    }
-
   private:
     QTemporaryDir dir_;
     QString file_;
