@@ -119,7 +119,7 @@ TEST(TextTables, EncodingsBomAndFallback) {
     f.write("utf8.csv", "name\ncaf\xC3\xA9\n");
     f.write("bom.csv", "\xEF\xBB\xBFname\n\xD0\x96\n");
     f.write("ansi.csv", "name\ncaf\xE9 \x80\n");
-    f.write("wide.txt", std::string("\xFF\xFEn\0a\0m\0e\0\n\0\x16\x04\n\0", 20));
+    f.write("wide.txt", std::string("\xFF\xFEn\0a\0m\0e\0\n\0\x16\x04\n\0", 16));
     EXPECT_EQ(load(f.file("utf8.csv"), "utf8#csv").row(1), Row{"caf\xC3\xA9"});
     Table bom = load(f.file("bom.csv"), "bom#csv");
     EXPECT_EQ(bom.names(), Row{"name"});
