@@ -17,9 +17,16 @@
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/odbcsourcedialog.h"
+#include "widgethelpers.h"
 
 using namespace rq;
 using namespace rq::ui;
+using rq::testing::doubleClickRow;
+using rq::testing::items;
+using rq::testing::sheetRow;
+
+#define REQUIRE_SQLITE_DRIVER() \
+    if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)")
 
 namespace {
 
@@ -60,25 +67,6 @@ const char* kSampleSql =
     "create view msysview as select 1 as one;"
     "create table Alpha(x);"
     "create view [Cheap] as select * from Orders where price < 5;";
-
-QStringList items(const QListWidget* list) {
-    QStringList out;
-    for (int i = 0; i < list->count(); ++i) out << list->item(i)->text();
-    return out;
-}
-
-QStringList sheetRow(const DataSheet& sheet, int row) {
-    QStringList out;
-    for (int c = 0; c < sheet.cols(); ++c) out << QString::fromStdString(sheet.textMatrix(row, c));
-    return out;
-}
-
-void doubleClickRow(QListWidget* list, int row) {
-    QCoreApplication::processEvents();
-    const QRect rect = list->visualItemRect(list->item(row));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
-    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, rect.center());
-}
 
 // Answers the next data-source dialog by writing the connection string and
 // pressing a button.
@@ -204,10 +192,23 @@ class OdbcWindowTest : public QObject {
 
     // ---- opening through the window -------------------------------------
 
+    // Cancel, and OK on a string of blanks, both end in the same message.
+    void cancellingTheSourceDialogGivesTheCancelMessage_data() {
+        QTest::addColumn<bool>("blankOk");
+        QTest::newRow("Cancel") << false;
+        QTest::newRow("OK on blanks") << true;
+    }
     void cancellingTheSourceDialogGivesTheCancelMessage() {
+        QFETCH(bool, blankOk);
         Frmdata w(false);
-        Dialogs::setNextDialogAction(
-            [](QDialog& d) { d.findChild<QPushButton*>("cmdCancel")->click(); });
+        Dialogs::setNextDialogAction([blankOk](QDialog& d) {
+            if (!blankOk) {
+                d.findChild<QPushButton*>("cmdCancel")->click();
+                return;
+            }
+            d.findChild<QLineEdit*>("txtConnect")->setText("  ");
+            d.accept();
+        });
         w.action("mnuDBOODBC")->trigger();
         const auto& shown = Dialogs::shown();
         QCOMPARE(shown.size(), 2);
@@ -219,18 +220,6 @@ class OdbcWindowTest : public QObject {
         QCOMPARE(shown[1].text, kCancelled);
         checkFreshOdbcWindow(w);
         QVERIFY(w.database() == nullptr);
-    }
-
-    void okOnABlankStringCountsAsCancel() {
-        Frmdata w(false);
-        Dialogs::setNextDialogAction([](QDialog& d) {
-            d.findChild<QLineEdit*>("txtConnect")->setText("  ");
-            d.accept();
-        });
-        w.mnuDBOODBC();
-        QVERIFY(lastMessage());
-        QCOMPARE(lastMessage()->text, kCancelled);
-        checkFreshOdbcWindow(w);
     }
 
     void driverErrorsAreShownAfterThePrefix_data() {
@@ -260,7 +249,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void tablesThenViewsAreListedWithoutHiddenNames() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         Frmdata w(false);
         w.show();
         bool driverOffered = false;
@@ -296,7 +285,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void doubleClickLoadsATableWithABlankInItsName() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         Frmdata w(false);
         w.show();
         answerSource("DRIVER=SQLite3;Database=" + file_ + ";");
@@ -322,7 +311,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void aFailedLoadShowsTheErrorAndKeepsTheSheet() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         QTemporaryDir dir;
         const QString file = dir.filePath("shrinking.sqlite");
         runSqlite(file,
@@ -348,7 +337,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void reopeningAndCancellingForgetsThePreviousSource() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         Frmdata w(false);
         answerSource("DRIVER=SQLite3;Database=" + file_ + ";");
         w.mnuDBOODBC();
@@ -363,7 +352,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void aSourceWithNothingInItGivesAnEmptyList() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         QTemporaryDir dir;
         const QString file = dir.filePath("empty.sqlite");
         runSqlite(file, "create table MSysOnly(x); create view [~view] as select 1 as one;");
@@ -377,7 +366,7 @@ class OdbcWindowTest : public QObject {
     }
 
     void openingAFileDatabaseAfterwardsSwitchesTheList() {
-        if (!haveDriver_) QSKIP("the SQLite3 ODBC driver is not installed (odbcinst -q -d)");
+        REQUIRE_SQLITE_DRIVER();
         Frmdata w(false);
         w.show();
         answerSource("DRIVER=SQLite3;Database=" + file_ + ";");
