@@ -8,15 +8,7 @@
 
 #include "datasource/database.h"
 #include "datasource/readers.h"
-
-namespace {
-
-struct NullSink : rq::RecordSink {
-    void begin(const std::vector<rq::Field>&) override {}
-    void row(const std::string_view*, std::size_t) override {}
-};
-
-}  // namespace
+#include "fuzzsink.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const std::string path = "/tmp/rq_fuzz_access_" + std::to_string(getpid()) + ".mdb";
@@ -32,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         auto db = rq::openAccessDatabase(path, o);
         for (auto& e : db->catalog()) {
             try {
-                NullSink sink;
+                rq::fuzz::NullSink sink;
                 db->read(e.name, sink);
             } catch (const rq::DatabaseError&) {
             }

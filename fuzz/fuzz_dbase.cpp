@@ -6,18 +6,7 @@
 
 #include "datasource/database.h"
 #include "datasource/dbase/dbftable.h"
-
-namespace {
-
-struct NullSink : rq::RecordSink {
-    void begin(const std::vector<rq::Field>&) override {}
-    void row(const std::string_view* cells, std::size_t count) override {
-        for (std::size_t i = 0; i < count; ++i) total += cells[i].size();
-    }
-    std::size_t total = 0;
-};
-
-}  // namespace
+#include "fuzzsink.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view all(reinterpret_cast<const char*>(data), size);
@@ -31,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         rq::dbase::MemoFile memo;
         if (t.memoKind != rq::dbase::MemoKind::None && !memoBytes.empty())
             memo = rq::dbase::MemoFile(std::string(memoBytes), t.memoKind, "fuzz.dbt");
-        NullSink sink;
+        rq::fuzz::NullSink sink;
         rq::dbase::readDbf(t, table, memo, sink);
     } catch (const rq::DatabaseError&) {
     }

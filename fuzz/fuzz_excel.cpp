@@ -4,15 +4,7 @@
 #include <string>
 
 #include "datasource/excel/exceldatabase.h"
-
-namespace {
-
-struct NullSink : rq::RecordSink {
-    void begin(const std::vector<rq::Field>&) override {}
-    void row(const std::string_view*, std::size_t) override {}
-};
-
-}  // namespace
+#include "fuzzsink.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
@@ -20,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             "fuzz.xls", std::string(reinterpret_cast<const char*>(data), size));
         for (const auto& e : db->catalog()) {
             try {
-                NullSink sink;
+                rq::fuzz::NullSink sink;
                 db->read(e.name, sink);
             } catch (const rq::DatabaseError&) {
             }

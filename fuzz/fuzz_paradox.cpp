@@ -6,18 +6,7 @@
 
 #include "datasource/database.h"
 #include "datasource/paradox/pxtable.h"
-
-namespace {
-
-struct NullSink : rq::RecordSink {
-    void begin(const std::vector<rq::Field>&) override {}
-    void row(const std::string_view* cells, std::size_t count) override {
-        for (std::size_t i = 0; i < count; ++i) total += cells[i].size();
-    }
-    std::size_t total = 0;
-};
-
-}  // namespace
+#include "fuzzsink.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view all(reinterpret_cast<const char*>(data), size);
@@ -29,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         rq::paradox::PxTable t = rq::paradox::parseParadox(table, "fuzz.db");
         t.encryption = 0;  // reach the record decoding of scrambled tables too
-        NullSink sink;
+        rq::fuzz::NullSink sink;
         rq::paradox::readParadox(t, table, blobs, "fuzz.mb", sink);
     } catch (const rq::DatabaseError&) {
     }

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "datasource/database.h"
+
 namespace rq::bytes {
 
 // Reads a whole file. Throws DatabaseError naming the file when it cannot be read
@@ -92,3 +94,26 @@ class TableFolder {
 };
 
 }  // namespace rq::bytes
+
+namespace rq {
+
+// A database whose tables are the files of one extension in a folder; the
+// kinds differ only in how they read a table file.
+class FolderDatabase : public Database {
+  public:
+    FolderDatabase(std::string folder, std::string_view tableExtension, const OpenOptions& options)
+        : folder_(std::move(folder), tableExtension), codepage_(options.codepage) {}
+
+    std::string name() const override { return folder_.path(); }
+    std::vector<CatalogEntry> catalog() override {
+        std::vector<CatalogEntry> out;
+        for (const auto& t : folder_.tables()) out.push_back({t, 0});
+        return out;
+    }
+
+  protected:
+    bytes::TableFolder folder_;
+    int codepage_ = 0;
+};
+
+}  // namespace rq

@@ -8,18 +8,10 @@ namespace rq {
 
 namespace {
 
-class DbaseDatabase : public Database {
+class DbaseDatabase : public FolderDatabase {
   public:
     DbaseDatabase(std::string folder, const OpenOptions& options)
-        : folder_(std::move(folder), ".dbf"), codepage_(options.codepage) {}
-
-    std::string name() const override { return folder_.path(); }
-
-    std::vector<CatalogEntry> catalog() override {
-        std::vector<CatalogEntry> out;
-        for (const auto& t : folder_.tables()) out.push_back({t, 0});
-        return out;
-    }
+        : FolderDatabase(std::move(folder), ".dbf", options) {}
 
     std::vector<Field> fields(const std::string& table) override {
         std::string path = folder_.tablePath(table);
@@ -42,10 +34,6 @@ class DbaseDatabase : public Database {
         }
         dbase::readDbf(t, data, memo, sink);
     }
-
-  private:
-    bytes::TableFolder folder_;
-    int codepage_ = 0;
 };
 
 }  // namespace

@@ -8,18 +8,10 @@ namespace rq {
 
 namespace {
 
-class ParadoxDatabase : public Database {
+class ParadoxDatabase : public FolderDatabase {
   public:
     ParadoxDatabase(std::string folder, const OpenOptions& options)
-        : folder_(std::move(folder), ".db"), codepage_(options.codepage) {}
-
-    std::string name() const override { return folder_.path(); }
-
-    std::vector<CatalogEntry> catalog() override {
-        std::vector<CatalogEntry> out;
-        for (const auto& t : folder_.tables()) out.push_back({t, 0});
-        return out;
-    }
+        : FolderDatabase(std::move(folder), ".db", options) {}
 
     std::vector<Field> fields(const std::string& table) override {
         std::string path = folder_.tablePath(table);
@@ -40,10 +32,6 @@ class ParadoxDatabase : public Database {
         }
         paradox::readParadox(t, data, blobs, blobPath, sink);
     }
-
-  private:
-    bytes::TableFolder folder_;
-    int codepage_ = 0;
 };
 
 }  // namespace
