@@ -68,6 +68,11 @@ class RecordSink {
     virtual void begin(const std::vector<Field>& fields) = 0;
     virtual void row(const std::string_view* cells, std::size_t count) = 0;
     virtual void end() {}
+    // A problem met while reading that did not stop the read: a file shorter
+    // than its header says ("8 of 16 records read"), a missing memo or blob
+    // file (named), a value that could not be decoded. Readers call it as many
+    // times as they find problems; the read goes on.
+    virtual void warning(const std::string& /*text*/) {}
 };
 
 class Database {
