@@ -42,11 +42,11 @@ rq::DataSheet& bigSheet() {
 void BM_WriteMillionRecords(benchmark::State& state) {
     rq::DataSheet& sheet = bigSheet();
     rq::LayoutTree tree;
-    rq::initree(tree, sheet);
+    rq::buildDefaultLayout(tree, sheet);
     rq::WorkingTable work;
     std::size_t bytes = 0;
     for (auto _ : state) {
-        std::string doc = rq::cmdsedfinfunc(tree, work, sheet, sheet.rows() - 1);
+        std::string doc = rq::buildDocument(tree, work, sheet, sheet.rows() - 1);
         bytes = doc.size();
         benchmark::DoNotOptimize(doc.data());
     }
@@ -59,9 +59,9 @@ BENCHMARK(BM_WriteMillionRecords)->Unit(benchmark::kMillisecond)->Iterations(5);
 void BM_StreamMillionRecords(benchmark::State& state) {
     rq::DataSheet& sheet = bigSheet();
     rq::LayoutTree tree;
-    rq::initree(tree, sheet);
+    rq::buildDefaultLayout(tree, sheet);
     rq::WorkingTable work;
-    rq::clenzr(tree, work);
+    rq::tidyLayout(tree, work);
     std::size_t bytes = 0;
     for (auto _ : state) {
         std::string out;

@@ -26,12 +26,12 @@ CodePageDialog::CodePageDialog(QWidget* parent) : QDialog(parent) {
     setModal(true);
 
     auto* label = new QLabel(QStringLiteral("&Code page of the text in the files:"), this);
-    cboCodePage_ = new QComboBox(this);
-    cboCodePage_->setObjectName(QStringLiteral("cboCodePage"));
+    codePageBox_ = new QComboBox(this);
+    codePageBox_->setObjectName(QStringLiteral("cboCodePage"));
     for (const CodePageChoice& page : btrieveCodePages())
-        cboCodePage_->addItem(QString::fromUtf8(page.description), page.number);
-    cboCodePage_->setCurrentIndex(cboCodePage_->findData(kDefaultBtrieveCodePage));
-    label->setBuddy(cboCodePage_);
+        codePageBox_->addItem(QString::fromUtf8(page.description), page.number);
+    codePageBox_->setCurrentIndex(codePageBox_->findData(kDefaultBtrieveCodePage));
+    label->setBuddy(codePageBox_);
 
     auto* ok = new QPushButton(QStringLiteral("&OK"), this);
     ok->setObjectName(QStringLiteral("cmdOK"));
@@ -47,12 +47,12 @@ CodePageDialog::CodePageDialog(QWidget* parent) : QDialog(parent) {
     buttons->addWidget(cancel);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(label);
-    layout->addWidget(cboCodePage_);
+    layout->addWidget(codePageBox_);
     layout->addLayout(buttons);
 }
 
 void CodePageDialog::done(int result) {
-    chosen_ = result == QDialog::Accepted ? cboCodePage_->currentData().toInt() : 0;
+    chosen_ = result == QDialog::Accepted ? codePageBox_->currentData().toInt() : 0;
     QDialog::done(result);
 }
 

@@ -26,12 +26,12 @@ class CodePageDialog : public QDialog {
 
     // The chosen code page once accepted; 0 before and after Cancel.
     int codePage() const { return chosen_; }
-    QComboBox* choiceBox() const { return cboCodePage_; }
+    QComboBox* choiceBox() const { return codePageBox_; }
 
     void done(int result) override;
 
   private:
-    QComboBox* cboCodePage_;
+    QComboBox* codePageBox_;
     int chosen_ = 0;
 };
 

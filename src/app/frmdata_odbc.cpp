@@ -30,10 +30,10 @@ QString openErrorText(const std::string& description) {
 void Frmdata::mnuDBOODBC() {
     resetToStartup();
     state_.sourceKind = SourceKind::Odbc;
-    iniflexwone();
-    sqlenabfun(true);
+    showTableListOfSource();
+    enableSqlCommands(true);
     openAdoDb(QString());
-    colwd();
+    fitColumnWidths();
 }
 
 void Frmdata::openAdoDb(const QString& connectionString) {
@@ -66,16 +66,16 @@ void Frmdata::openAdoDb(const QString& connectionString) {
     // The completed string is kept; the source itself is disconnected and
     // every later use reconnects with it.
     state_.odbcConnection = source->connectionString();
-    list2_->clear();
-    for (const CatalogEntry& entry : entries) list2_->addItem(fromUtf8(entry.name));
+    odbcTableList_->clear();
+    for (const CatalogEntry& entry : entries) odbcTableList_->addItem(fromUtf8(entry.name));
     showTableList();
-    if (list2_->count() > 0) list2_->setCurrentRow(0);
+    if (odbcTableList_->count() > 0) odbcTableList_->setCurrentRow(0);
     db_ = std::move(source);
-    sqlenabfun(true);
+    enableSqlCommands(true);
 }
 
 bool Frmdata::loadOdbcListEntry(int row) {
-    QListWidgetItem* item = list2_->item(row);
+    QListWidgetItem* item = odbcTableList_->item(row);
     if (!item || state_.odbcConnection.empty()) return false;
     std::unique_ptr<OdbcSource> source;
     QString error;

@@ -29,8 +29,8 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
     // 1. Back to the start-up state, as a file-database window.
     resetToStartup();
     state_.sourceKind = SourceKind::FileDatabase;
-    iniflexwone();
-    sqlenabfun(true);
+    showTableListOfSource();
+    enableSqlCommands(true);
     db_.reset();
 
     // 2. The file.
@@ -71,14 +71,14 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
         }
     }
     for (const CatalogEntry& entry : entries) {
-        auto* item = new QListWidgetItem(fromUtf8(entry.name), list1_);
+        auto* item = new QListWidgetItem(fromUtf8(entry.name), fileTableList_);
         item->setData(kMarkerRole, entry.marker);
     }
     showTableList();
 
     // 7. Select the first entry (nothing is loaded yet) and size the columns.
-    if (list1_->count() > 0) list1_->setCurrentRow(0);
-    colwd();
+    if (fileTableList_->count() > 0) fileTableList_->setCurrentRow(0);
+    fitColumnWidths();
 }
 
 void Frmdata::showTableList() {
@@ -98,7 +98,7 @@ void Frmdata::reportOpenError(const QString& description, int code) {
 }
 
 bool Frmdata::loadListEntry(int row) {
-    QListWidgetItem* item = list1_->item(row);
+    QListWidgetItem* item = fileTableList_->item(row);
     if (!item || !db_) return false;
     QString error;
     {
@@ -129,20 +129,20 @@ void Frmdata::openAtStart(const QString& path) {
         return;
     }
     openDaoDb(fromUtf8(connect), QFileInfo(path).absoluteFilePath());
-    if (!db_ || list1_->count() == 0) return;
+    if (!db_ || fileTableList_->count() == 0) return;
     // The table of the file itself, by its name with "." read as "#".
     const QString wanted = QFileInfo(path).fileName().replace(QLatin1Char('.'), QLatin1Char('#'));
     const QString base = QFileInfo(path).completeBaseName();
     int row = 0;
-    for (int i = 0; i < list1_->count(); ++i) {
-        const QString name = list1_->item(i)->text();
+    for (int i = 0; i < fileTableList_->count(); ++i) {
+        const QString name = fileTableList_->item(i)->text();
         if (name.compare(wanted, Qt::CaseInsensitive) == 0 ||
             name.compare(base, Qt::CaseInsensitive) == 0) {
             row = i;
             break;
         }
     }
-    list1_->setCurrentRow(row);
+    fileTableList_->setCurrentRow(row);
     loadListEntry(row);
 }
 

@@ -40,7 +40,7 @@ class GenerateView : public QWidget {
     // Back to the state of a fresh window.
     void reset();
     // The quick preview: record 1 into the code pane when chkqwkpre is ticked.
-    void cmdsedfinbol();
+    void refreshQuickPreview();
 
     // Toolbar3 / Toolbar4 buttons by key ("node", "Save", "preview").
     QAction* singleAction(const QString& key) const;
@@ -51,8 +51,8 @@ class GenerateView : public QWidget {
     const std::string& singleDocument() const { return document_; }
     const QString& lastSavedFile() const { return lastSaved_; }
     const QString& lastSavedFolder() const { return lastFolder_; }
-    BrowserPane* singleBrowser() const { return brwWebBrowser_; }
-    BrowserPane* separateBrowser() const { return webBrowser1_; }
+    BrowserPane* singleBrowser() const { return singleBrowser_; }
+    BrowserPane* separateBrowser() const { return separateBrowser_; }
 
     void generateSingle();
     void saveSingle();
@@ -74,24 +74,24 @@ class GenerateView : public QWidget {
 
     AppState& state_;
     StatusTargets status_;
-    QRadioButton* option1_;
-    QRadioButton* option2_;
+    QRadioButton* singleFileOption_;
+    QRadioButton* separateFilesOption_;
     QGroupBox* singleFrame_;
     QGroupBox* separateFrame_;
-    QToolBar* toolbar3_;
-    QToolBar* toolbar4_;
-    QLineEdit* updwntxt_;
-    QToolButton* cmdupk_;
-    QToolButton* cmddownk_;
-    QProgressBar* progressBar2_;
-    QCheckBox* check2_;
-    QCheckBox* chkqwkpre_;
-    QComboBox* combo1_;
+    QToolBar* singleRunToolbar_;
+    QToolBar* separateRunToolbar_;
+    QLineEdit* recordsPerFileBox_;
+    QToolButton* recordsUpButton_;
+    QToolButton* recordsDownButton_;
+    QProgressBar* separateProgress_;
+    QCheckBox* convertSymbolsBox_;
+    QCheckBox* quickPreviewBox_;
+    QComboBox* previewTypeBox_;
     QTabWidget* previewTabs_;
-    QPlainTextEdit* richoutput_;
+    QPlainTextEdit* codePane_;
     QStackedWidget* outputStack_;
-    BrowserPane* brwWebBrowser_;
-    BrowserPane* webBrowser1_;
+    BrowserPane* singleBrowser_;
+    BrowserPane* separateBrowser_;
 
     std::string document_;  // the hidden holder: the whole single-file document
     std::string runFolder_;

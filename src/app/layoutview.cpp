@@ -81,25 +81,25 @@ LayoutView::LayoutView(LayoutTree& tree, QWidget* parent) : QWidget(parent), lay
 
     properties_ = new QGroupBox(QStringLiteral("XML Tag Properties"), this);
     properties_->setObjectName(QStringLiteral("Frame1"));
-    txtnam_ = new QLineEdit(properties_);
-    txtnam_->setObjectName(QStringLiteral("txtnam"));
-    txtnam_->setReadOnly(true);
-    txtval_ = new QLineEdit(properties_);
-    txtval_->setObjectName(QStringLiteral("txtval"));
-    txtval_->setReadOnly(true);
-    makele_ = new QRadioButton(QStringLiteral("Element"), properties_);
-    makele_->setObjectName(QStringLiteral("makele"));
-    makatt_ = new QRadioButton(QStringLiteral("Attribute"), properties_);
-    makatt_->setObjectName(QStringLiteral("makatt"));
-    makele_->setEnabled(false);
-    makatt_->setEnabled(false);
+    nameBox_ = new QLineEdit(properties_);
+    nameBox_->setObjectName(QStringLiteral("txtnam"));
+    nameBox_->setReadOnly(true);
+    valueBox_ = new QLineEdit(properties_);
+    valueBox_->setObjectName(QStringLiteral("txtval"));
+    valueBox_->setReadOnly(true);
+    elementOption_ = new QRadioButton(QStringLiteral("Element"), properties_);
+    elementOption_->setObjectName(QStringLiteral("makele"));
+    attributeOption_ = new QRadioButton(QStringLiteral("Attribute"), properties_);
+    attributeOption_->setObjectName(QStringLiteral("makatt"));
+    elementOption_->setEnabled(false);
+    attributeOption_->setEnabled(false);
     auto* kinds = new QHBoxLayout;
-    kinds->addWidget(makele_);
-    kinds->addWidget(makatt_);
+    kinds->addWidget(elementOption_);
+    kinds->addWidget(attributeOption_);
     kinds->addStretch();
     auto* form = new QFormLayout(properties_);
-    form->addRow(QStringLiteral("Name:"), txtnam_);
-    form->addRow(QStringLiteral("Value:"), txtval_);
+    form->addRow(QStringLiteral("Name:"), nameBox_);
+    form->addRow(QStringLiteral("Value:"), valueBox_);
     form->addRow(QStringLiteral("Type:"), kinds);
 
     auto* propertyColumn = new QWidget(this);
@@ -170,21 +170,21 @@ void LayoutView::selectKey(const QString& key) {
 
 void LayoutView::showProperties(const LayoutNode* node) {
     if (!node) {
-        txtnam_->clear();
-        txtval_->clear();
-        makele_->setAutoExclusive(false);
-        makele_->setChecked(false);
-        makatt_->setChecked(false);
-        makele_->setAutoExclusive(true);
+        nameBox_->clear();
+        valueBox_->clear();
+        elementOption_->setAutoExclusive(false);
+        elementOption_->setChecked(false);
+        attributeOption_->setChecked(false);
+        elementOption_->setAutoExclusive(true);
         return;
     }
-    const int row = ketmapr(node->key);
-    txtnam_->setText(fromUtf8(layout_.table().cell(row, 1)));
-    txtval_->setText(fromUtf8(layout_.table().cell(row, 2)));
+    const int row = nodeNumber(node->key);
+    nameBox_->setText(fromUtf8(layout_.table().cell(row, 1)));
+    valueBox_->setText(fromUtf8(layout_.table().cell(row, 2)));
     if (isAttributeKind(node->kind))
-        makatt_->setChecked(true);
+        attributeOption_->setChecked(true);
     else
-        makele_->setChecked(true);
+        elementOption_->setChecked(true);
 }
 
 }  // namespace rq::ui

@@ -46,10 +46,10 @@ class LayoutView : public QWidget {
     QSplitter* splitter_;
     QTreeWidget* tree_;
     QGroupBox* properties_;
-    QLineEdit* txtnam_;
-    QLineEdit* txtval_;
-    QRadioButton* makele_;
-    QRadioButton* makatt_;
+    QLineEdit* nameBox_;
+    QLineEdit* valueBox_;
+    QRadioButton* elementOption_;
+    QRadioButton* attributeOption_;
 };
 
 }  // namespace rq::ui

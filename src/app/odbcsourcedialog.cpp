@@ -33,38 +33,39 @@ OdbcSourceDialog::OdbcSourceDialog(const std::vector<OdbcDataSourceEntry>& sourc
     resize(560, 420);
 
     auto* sourcesLabel = new QLabel(QStringLiteral("&Data sources:"), this);
-    lstSources_ = new QTreeWidget(this);
-    lstSources_->setObjectName(QStringLiteral("lstSources"));
-    lstSources_->setColumnCount(3);
-    lstSources_->setHeaderLabels(
+    sourceList_ = new QTreeWidget(this);
+    sourceList_->setObjectName(QStringLiteral("lstSources"));
+    sourceList_->setColumnCount(3);
+    sourceList_->setHeaderLabels(
         {QStringLiteral("Name"), QStringLiteral("Type"), QStringLiteral("Driver")});
-    lstSources_->setRootIsDecorated(false);
-    lstSources_->setAllColumnsShowFocus(true);
-    lstSources_->header()->setStretchLastSection(true);
-    sourcesLabel->setBuddy(lstSources_);
+    sourceList_->setRootIsDecorated(false);
+    sourceList_->setAllColumnsShowFocus(true);
+    sourceList_->header()->setStretchLastSection(true);
+    sourcesLabel->setBuddy(sourceList_);
     for (const OdbcDataSourceEntry& s : sources) {
         auto* item = new QTreeWidgetItem(
-            lstSources_,
+            sourceList_,
             {fromUtf8(s.name), s.system ? QStringLiteral("System") : QStringLiteral("User"),
              fromUtf8(s.driver)});
         item->setData(0, kConnectRole, fromUtf8(connectionStringForDataSource(s.name)));
     }
-    lstSources_->resizeColumnToContents(0);
+    sourceList_->resizeColumnToContents(0);
 
     auto* driversLabel = new QLabel(QStringLiteral("Installed d&rivers:"), this);
-    lstDrivers_ = new QListWidget(this);
-    lstDrivers_->setObjectName(QStringLiteral("lstDrivers"));
-    driversLabel->setBuddy(lstDrivers_);
+    driverList_ = new QListWidget(this);
+    driverList_->setObjectName(QStringLiteral("lstDrivers"));
+    driversLabel->setBuddy(driverList_);
     for (const OdbcDriverEntry& d : drivers) {
-        auto* item = new QListWidgetItem(fromUtf8(d.name), lstDrivers_);
+        auto* item = new QListWidgetItem(fromUtf8(d.name), driverList_);
         item->setData(kConnectRole, fromUtf8(connectionStringForDriver(d.name)));
     }
 
     auto* connectLabel = new QLabel(QStringLiteral("&Connection string:"), this);
-    txtConnect_ = new QLineEdit(this);
-    txtConnect_->setObjectName(QStringLiteral("txtConnect"));
-    txtConnect_->setPlaceholderText(QStringLiteral("DSN=name;  or  DRIVER={driver};Database=..."));
-    connectLabel->setBuddy(txtConnect_);
+    connectionEdit_ = new QLineEdit(this);
+    connectionEdit_->setObjectName(QStringLiteral("txtConnect"));
+    connectionEdit_->setPlaceholderText(
+        QStringLiteral("DSN=name;  or  DRIVER={driver};Database=..."));
+    connectLabel->setBuddy(connectionEdit_);
 
     ok_ = new QPushButton(QStringLiteral("&OK"), this);
     ok_->setObjectName(QStringLiteral("cmdOK"));
@@ -73,19 +74,19 @@ OdbcSourceDialog::OdbcSourceDialog(const std::vector<OdbcDataSourceEntry>& sourc
     auto* cancel = new QPushButton(QStringLiteral("&Cancel"), this);
     cancel->setObjectName(QStringLiteral("cmdCancel"));
 
-    connect(lstSources_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+    connect(sourceList_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
         if (item) chooseSource();
     });
     // A double click on a data source is its choice and OK at once.
-    connect(lstSources_, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item) {
+    connect(sourceList_, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item) {
         if (!item) return;
         chooseSource();
         accept();
     });
-    connect(lstDrivers_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
+    connect(driverList_, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
         if (item) chooseDriver();
     });
-    connect(txtConnect_, &QLineEdit::textChanged, this,
+    connect(connectionEdit_, &QLineEdit::textChanged, this,
             [this](const QString& text) { ok_->setEnabled(!text.trimmed().isEmpty()); });
     connect(ok_, &QPushButton::clicked, this, &QDialog::accept);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
@@ -97,36 +98,36 @@ OdbcSourceDialog::OdbcSourceDialog(const std::vector<OdbcDataSourceEntry>& sourc
     auto* layout = new QGridLayout(this);
     layout->addWidget(sourcesLabel, 0, 0);
     layout->addWidget(driversLabel, 0, 1);
-    layout->addWidget(lstSources_, 1, 0);
-    layout->addWidget(lstDrivers_, 1, 1);
+    layout->addWidget(sourceList_, 1, 0);
+    layout->addWidget(driverList_, 1, 1);
     layout->addWidget(connectLabel, 2, 0, 1, 2);
-    layout->addWidget(txtConnect_, 3, 0, 1, 2);
+    layout->addWidget(connectionEdit_, 3, 0, 1, 2);
     layout->addLayout(buttons, 4, 0, 1, 2);
     layout->setColumnStretch(0, 3);
     layout->setColumnStretch(1, 2);
 }
 
 void OdbcSourceDialog::chooseSource() {
-    QTreeWidgetItem* item = lstSources_->currentItem();
+    QTreeWidgetItem* item = sourceList_->currentItem();
     if (!item) return;
-    lstDrivers_->setCurrentItem(nullptr);
-    lstDrivers_->clearSelection();
-    txtConnect_->setText(item->data(0, kConnectRole).toString());
+    driverList_->setCurrentItem(nullptr);
+    driverList_->clearSelection();
+    connectionEdit_->setText(item->data(0, kConnectRole).toString());
 }
 
 void OdbcSourceDialog::chooseDriver() {
-    QListWidgetItem* item = lstDrivers_->currentItem();
+    QListWidgetItem* item = driverList_->currentItem();
     if (!item) return;
-    lstSources_->setCurrentItem(nullptr);
-    lstSources_->clearSelection();
-    txtConnect_->setText(item->data(kConnectRole).toString());
+    sourceList_->setCurrentItem(nullptr);
+    sourceList_->clearSelection();
+    connectionEdit_->setText(item->data(kConnectRole).toString());
     // The driver's own keywords (a database file, a server) follow.
-    txtConnect_->setFocus();
-    txtConnect_->end(false);
+    connectionEdit_->setFocus();
+    connectionEdit_->end(false);
 }
 
 void OdbcSourceDialog::done(int result) {
-    chosen_ = result == QDialog::Accepted ? txtConnect_->text().trimmed() : QString();
+    chosen_ = result == QDialog::Accepted ? connectionEdit_->text().trimmed() : QString();
     QDialog::done(result);
 }
 

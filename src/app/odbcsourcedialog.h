@@ -25,9 +25,9 @@ class OdbcSourceDialog : public QDialog {
     // The string the dialog was accepted with; empty until then and after Cancel.
     QString connectionString() const { return chosen_; }
 
-    QTreeWidget* sourceList() const { return lstSources_; }
-    QListWidget* driverList() const { return lstDrivers_; }
-    QLineEdit* connectionBox() const { return txtConnect_; }
+    QTreeWidget* sourceList() const { return sourceList_; }
+    QListWidget* driverList() const { return driverList_; }
+    QLineEdit* connectionBox() const { return connectionEdit_; }
     QPushButton* okButton() const { return ok_; }
 
     void done(int result) override;
@@ -36,9 +36,9 @@ class OdbcSourceDialog : public QDialog {
     void chooseSource();
     void chooseDriver();
 
-    QTreeWidget* lstSources_;
-    QListWidget* lstDrivers_;
-    QLineEdit* txtConnect_;
+    QTreeWidget* sourceList_;
+    QListWidget* driverList_;
+    QLineEdit* connectionEdit_;
     QPushButton* ok_;
     QString chosen_;
 };

@@ -19,11 +19,11 @@ PasswordDialog::PasswordDialog(QWidget* parent) : QDialog(parent) {
 
     auto* label = new QLabel(QStringLiteral("&Enter database password:"), this);
     label->setObjectName(QStringLiteral("lblLabels"));
-    txtPassword_ = new QLineEdit(this);
-    txtPassword_->setObjectName(QStringLiteral("txtPassword"));
-    txtPassword_->setEchoMode(QLineEdit::Password);
-    label->setBuddy(txtPassword_);
-    txtPassword_->installEventFilter(this);
+    passwordEdit_ = new QLineEdit(this);
+    passwordEdit_->setObjectName(QStringLiteral("txtPassword"));
+    passwordEdit_->setEchoMode(QLineEdit::Password);
+    label->setBuddy(passwordEdit_);
+    passwordEdit_->installEventFilter(this);
 
     auto* ok = new QPushButton(QStringLiteral("&OK"), this);
     ok->setObjectName(QStringLiteral("cmdOK"));
@@ -32,7 +32,7 @@ PasswordDialog::PasswordDialog(QWidget* parent) : QDialog(parent) {
     cancel->setObjectName(QStringLiteral("cmdCancel"));
 
     connect(ok, &QPushButton::clicked, this, [this] {
-        password_ = txtPassword_->text();
+        password_ = passwordEdit_->text();
         accept();
     });
     connect(cancel, &QPushButton::clicked, this, [this] {
@@ -46,14 +46,14 @@ PasswordDialog::PasswordDialog(QWidget* parent) : QDialog(parent) {
     buttons->addWidget(cancel);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(label);
-    layout->addWidget(txtPassword_);
+    layout->addWidget(passwordEdit_);
     layout->addLayout(buttons);
 }
 
 bool PasswordDialog::eventFilter(QObject* watched, QEvent* event) {
     // Receiving the focus selects the whole text, whatever put the focus there.
-    if (watched == txtPassword_ && event->type() == QEvent::FocusIn)
-        QTimer::singleShot(0, txtPassword_, &QLineEdit::selectAll);
+    if (watched == passwordEdit_ && event->type() == QEvent::FocusIn)
+        QTimer::singleShot(0, passwordEdit_, &QLineEdit::selectAll);
     return QDialog::eventFilter(watched, event);
 }
 

@@ -13,13 +13,13 @@ class PasswordDialog : public QDialog {
   public:
     explicit PasswordDialog(QWidget* parent = nullptr);
     QString password() const { return password_; }
-    QLineEdit* passwordBox() const { return txtPassword_; }
+    QLineEdit* passwordBox() const { return passwordEdit_; }
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    QLineEdit* txtPassword_;
+    QLineEdit* passwordEdit_;
     QString password_;
 };
 

@@ -11,7 +11,7 @@
 #include <QVBoxLayout>
 
 #include "app/dialogs.h"
-#include "generate/generationrun.h"
+#include "generate/folderchoice.h"
 
 namespace rq::ui {
 
@@ -37,9 +37,9 @@ SelectDirectoryDialog::SelectDirectoryDialog(const QString& startFolder, QWidget
             });
 
     auto* nameLabel = new QLabel(QStringLiteral("Folder name:"), this);
-    txtName_ = new QLineEdit(this);
-    txtName_->setObjectName(QStringLiteral("Text1"));
-    nameLabel->setBuddy(txtName_);
+    folderNameBox_ = new QLineEdit(this);
+    folderNameBox_->setObjectName(QStringLiteral("Text1"));
+    nameLabel->setBuddy(folderNameBox_);
 
     auto* newFolderButton = new QPushButton(QStringLiteral("New Folder"), this);
     newFolderButton->setObjectName(QStringLiteral("Command2"));
@@ -62,7 +62,7 @@ SelectDirectoryDialog::SelectDirectoryDialog(const QString& startFolder, QWidget
 
     auto* nameRow = new QHBoxLayout;
     nameRow->addWidget(nameLabel);
-    nameRow->addWidget(txtName_, 1);
+    nameRow->addWidget(folderNameBox_, 1);
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(newFolderButton);
     buttons->addWidget(browse);
@@ -98,7 +98,7 @@ void SelectDirectoryDialog::newFolder() {
 
 void SelectDirectoryDialog::tryAccept() {
     const FolderChoice choice =
-        checkSelectedFolder(current_.toStdString(), txtName_->text().toStdString());
+        checkSelectedFolder(current_.toStdString(), folderNameBox_->text().toStdString());
     if (!choice.ok) {
         Dialogs::exclamation(this, QString::fromStdString(choice.error));
         return;

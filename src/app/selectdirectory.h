@@ -18,7 +18,7 @@ class SelectDirectoryDialog : public QDialog {
 
     QString currentFolder() const;
     void setCurrentFolder(const QString& folder);
-    QLineEdit* nameBox() const { return txtName_; }
+    QLineEdit* nameBox() const { return folderNameBox_; }
     QString target() const { return target_; }
 
     void newFolder();  // Command2
@@ -27,7 +27,7 @@ class SelectDirectoryDialog : public QDialog {
   private:
     QFileSystemModel* model_;
     QTreeView* dirTree_;
-    QLineEdit* txtName_;
+    QLineEdit* folderNameBox_;
     QString current_;
     QString target_;
 };

@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/text/cp1252.h"
 #include "datasource/database.h"
-#include "generate/cp1252.h"
 
 namespace rq::bytes {
 

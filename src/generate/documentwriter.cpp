@@ -40,7 +40,7 @@ std::string replaceAll(std::string s, std::string_view from, std::string_view to
 
 }  // namespace
 
-void buildouxml(WorkingTable& work, const DataSheet& sheet, int row) {
+void loadRecordValues(WorkingTable& work, const DataSheet& sheet, int row) {
     if (row < 0 || row >= sheet.rows()) return;
     for (int r : work.bindings) {
         if (!work.has(r)) continue;
@@ -49,15 +49,15 @@ void buildouxml(WorkingTable& work, const DataSheet& sheet, int row) {
     }
 }
 
-void getflxgrd(const LayoutTree& tree, WorkingTable& work, StringBuilder& builder) {
+void appendRecordLines(const LayoutTree& tree, WorkingTable& work, StringBuilder& builder) {
     int n = tree.count();
     for (int i = 3; i <= n; ++i) {
         const LayoutNode* node = tree.numbered(i);
         if (!node || !isAttributeKind(node->kind) || !node->parent) continue;
-        int p = ketmapr(node->parent->key);
+        int p = nodeNumber(node->parent->key);
         if (!work.has(p) || !work.has(i)) continue;
         std::string v = work.cell(i, 2);
-        if (!v.empty()) v = replacertxt(v);
+        if (!v.empty()) v = escapeXml(v);
         work.setCell(p, 1, work.cell(p, 1) + " " + work.cell(i, 1) + "=\"" + v + "\"");
     }
     n = tree.count();
@@ -65,24 +65,24 @@ void getflxgrd(const LayoutTree& tree, WorkingTable& work, StringBuilder& builde
         const LayoutNode* node = tree.numbered(i);
         if (!node || !isElementKind(node->kind)) continue;
         const LayoutNode* prev = tree.numbered(i - 1);
-        int level = GetNodeLevel(node);
+        int level = nodeLevel(node);
         std::string prefix;
         if (!work.cell(i - 1, 4).empty()) {
-            prefix = TxtTab(level);
+            prefix = tabs(level);
         } else if (prev && prev->kind >= kKindDocument && prev->kind <= kKindDataElement) {
             if (!work.cell(i - 1, 2).empty())
                 prefix.clear();
             else if (node->key == "3__")
-                prefix = TxtTab(level);
+                prefix = tabs(level);
             else
-                prefix = "\r\n" + TxtTab(level);
+                prefix = "\r\n" + tabs(level);
         } else if (prev) {
-            int parentRow = node->parent ? ketmapr(node->parent->key) : 0;
-            if (GetNodeLevel(prev) == level && work.cell(parentRow, 2).empty())
-                prefix = "\r\n" + TxtTab(level);
+            int parentRow = node->parent ? nodeNumber(node->parent->key) : 0;
+            if (nodeLevel(prev) == level && work.cell(parentRow, 2).empty())
+                prefix = "\r\n" + tabs(level);
         }
         std::string v = work.cell(i, 2);
-        if (!v.empty()) v = replacertxt(v);
+        if (!v.empty()) v = escapeXml(v);
         std::string piece = prefix + "<" + work.cell(i, 1) + ">" + v;
         if (!work.cell(i, 4).empty()) piece += work.cell(i, 4) + "\r\n";
         builder.concat(piece);
@@ -114,8 +114,8 @@ std::string referenceDocument(const LayoutTree& tree, WorkingTable& work, const 
     std::string doc = documentHead(tree, work);
     StringBuilder builder;
     for (int r = first; r <= last; ++r) {
-        buildouxml(work, sheet, r);
-        getflxgrd(tree, work, builder);
+        loadRecordValues(work, sheet, r);
+        appendRecordLines(tree, work, builder);
     }
     doc += builder.text();
     doc += documentTail(work);
@@ -223,7 +223,7 @@ void emitByEmptiness(RecordPlan& plan, const ValueSource& v, const std::string& 
 
 void emitValue(RecordPlan& plan, const ValueSource& v) {
     if (!v.bound)
-        plan.literal(replacertxt(v.fixed));
+        plan.literal(escapeXml(v.fixed));
     else if (v.column >= 0)
         plan.cell(v.column);
 }
@@ -244,7 +244,7 @@ std::optional<RecordPlan> compilePlan(const LayoutTree& tree, const WorkingTable
     for (int i = 3; i <= n; ++i) {
         const LayoutNode* a = nodes[static_cast<std::size_t>(i)];
         if (!isAttributeKind(a->kind)) continue;
-        int p = a->parent ? ketmapr(a->parent->key) : 0;
+        int p = a->parent ? nodeNumber(a->parent->key) : 0;
         if (p < 3 || p > n || !isElementKind(nodes[static_cast<std::size_t>(p)]->kind))
             return std::nullopt;
         attrs[static_cast<std::size_t>(p)].push_back(i);
@@ -255,8 +255,8 @@ std::optional<RecordPlan> compilePlan(const LayoutTree& tree, const WorkingTable
         const LayoutNode* node = nodes[static_cast<std::size_t>(i)];
         if (!isElementKind(node->kind)) continue;
         const LayoutNode* prev = nodes[static_cast<std::size_t>(i - 1)];
-        const int level = GetNodeLevel(node);
-        const std::string indent = TxtTab(level);
+        const int level = nodeLevel(node);
+        const std::string indent = tabs(level);
         const std::string breakIndent = "\r\n" + indent;
 
         if (!work.cell(i - 1, 4).empty()) {
@@ -267,8 +267,8 @@ std::optional<RecordPlan> compilePlan(const LayoutTree& tree, const WorkingTable
                                  : valueOf(work, sheet, i - 1, prev->kind);
             emitByEmptiness(plan, pv, "", node->key == "3__" ? indent : breakIndent);
         } else if (prev) {
-            if (GetNodeLevel(prev) == level) {
-                int pr = node->parent ? ketmapr(node->parent->key) : 0;
+            if (nodeLevel(prev) == level) {
+                int pr = node->parent ? nodeNumber(node->parent->key) : 0;
                 const LayoutNode* parent =
                     pr >= 1 && pr <= n ? nodes[static_cast<std::size_t>(pr)] : nullptr;
                 ValueSource parentValue;
@@ -343,8 +343,8 @@ void writeDocument(const LayoutTree& tree, WorkingTable& work, const DataSheet& 
     } else {
         StringBuilder builder;
         for (int r = first; r <= last; ++r) {
-            buildouxml(work, sheet, r);
-            getflxgrd(tree, work, builder);
+            loadRecordValues(work, sheet, r);
+            appendRecordLines(tree, work, builder);
             if (sink && builder.fill() >= kChunk) {
                 out += builder.text();
                 builder.clear();
@@ -358,16 +358,16 @@ void writeDocument(const LayoutTree& tree, WorkingTable& work, const DataSheet& 
     if (sink) sink(out);
 }
 
-std::string cmdsedfinfunc(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
+std::string buildDocument(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
                           const RecordProgress& progress) {
-    clenzr(tree, work);
+    tidyLayout(tree, work);
     std::string doc;
     writeDocument(tree, work, sheet, 1, n, doc, {}, progress);
     return doc;
 }
 
-std::string cmdsedfinseprat(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
-                            int first, int last, const PercentProgress& progress) {
+std::string buildDocumentRange(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
+                               int first, int last, const PercentProgress& progress) {
     std::string doc;
     RecordProgress each;
     if (progress && first != last)

@@ -26,25 +26,26 @@ using ChunkSink = std::function<void(std::string& chunk)>;
 std::string completingRowText(int i, int n);
 
 // Copies the cells of sheet row `row` into the value column of the bound nodes.
-void buildouxml(WorkingTable& work, const DataSheet& sheet, int row);
+void loadRecordValues(WorkingTable& work, const DataSheet& sheet, int row);  // buildouxml
 // Appends the current record's lines to the builder (attribute, tag and
 // restore passes over the nodes 3 and up).
-void getflxgrd(const LayoutTree& tree, WorkingTable& work, StringBuilder& builder);
+void appendRecordLines(const LayoutTree& tree, WorkingTable& work,
+                       StringBuilder& builder);  // getflxgrd
 
 // The head of a document: the prolog, one item a line, and the root's start line.
 std::string documentHead(const LayoutTree& tree, const WorkingTable& work);
 // The root's end line.
 std::string documentTail(const WorkingTable& work);
 
-// The whole document over records 1..n, after tidying the layout (clenzr).
-// progress, when given, is called after every record.
-std::string cmdsedfinfunc(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
+// buildDocument (cmdsedfinfunc): the whole document over records 1..n, after tidying the layout
+// (clenzr). progress, when given, is called after every record.
+std::string buildDocument(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
                           const RecordProgress& progress = {});
-// The document over records first..last; the caller has tidied the layout.
-// progress gets (r - first) / (last - first) * 100 after each record, not at all
+// buildDocumentRange (cmdsedfinseprat): the document over records first..last; the caller has
+// tidied the layout. progress gets (r - first) / (last - first) * 100 after each record, not at all
 // when first equals last.
-std::string cmdsedfinseprat(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
-                            int first, int last, const PercentProgress& progress = {});
+std::string buildDocumentRange(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
+                               int first, int last, const PercentProgress& progress = {});
 
 // The same document as cmdsedfinseprat, streamed: head, records and tail are
 // appended to `out`, and `sink` (when given) is called whenever out has grown

@@ -29,7 +29,7 @@ std::string StringBuilder::take() {
     return out;
 }
 
-std::string TxtTab(int n) {
+std::string tabs(int n) {
     return n < 1 ? std::string() : std::string(static_cast<std::size_t>(n), '\t');
 }
 

@@ -11,7 +11,7 @@ class StringBuilder {
     // Appends a piece. The buffer's length grows by the piece's own length for
     // a piece of 50001 characters or more, otherwise by 50000, whenever the
     // piece does not fit; the storage behind it grows geometrically.
-    void concat(std::string_view piece);
+    void concat(std::string_view piece);  // Concat
     // The built text: the buffer's first fill characters.
     std::string_view text() const { return {data_.data(), fill_}; }
     std::size_t fill() const { return fill_; }
@@ -28,11 +28,7 @@ class StringBuilder {
     std::size_t bufferLength_ = 0;
 };
 
-inline void Concat(StringBuilder& builder, std::string_view piece) {
-    builder.concat(piece);
-}
-
 // n tab characters; empty for n below 1.
-std::string TxtTab(int n);
+std::string tabs(int n);  // TxtTab
 
 }  // namespace rq

@@ -4,7 +4,7 @@
 
 namespace rq {
 
-void initree(LayoutTree& tree, const DataSheet& sheet) {
+void buildDefaultLayout(LayoutTree& tree, const DataSheet& sheet) {
     tree.columnNames.clear();
     tree.keyCounter = 0;
     tree.numberingCounter = 1;
@@ -16,16 +16,16 @@ void initree(LayoutTree& tree, const DataSheet& sheet) {
 
     for (int c = 0; c < sheet.cols(); ++c) tree.columnNames.emplace_back(sheet.cell(0, c));
 
-    LayoutNode* doc = tree.add(nullptr, Relation::LastChild, tree.maktre(), documentNodeText(tree),
+    LayoutNode* doc = tree.add(nullptr, Relation::LastChild, tree.newKey(), documentNodeText(tree),
                                kKindDocument);
     LayoutNode* root =
-        tree.add(doc, Relation::LastChild, tree.maktre(), "<document>", kKindDocument);
+        tree.add(doc, Relation::LastChild, tree.newKey(), "<document>", kKindDocument);
     doc->expanded = true;
     t.setCell(2, 1, "document");
     t.setCell(3, 1, "row");
 
     t.grow();
-    LayoutNode* record = tree.add(root, Relation::LastChild, tree.maktre(), "<row>", kKindElement);
+    LayoutNode* record = tree.add(root, Relation::LastChild, tree.newKey(), "<row>", kKindElement);
     root->expanded = true;
 
     for (std::size_t c = 0; c < tree.columnNames.size(); ++c) {
@@ -35,12 +35,12 @@ void initree(LayoutTree& tree, const DataSheet& sheet) {
         t.setCell(r, 1, name);
         t.setCell(r, 3, std::to_string(c));
         t.grow();
-        tree.add(record, Relation::LastChild, tree.maktre(), "<" + name + ">", kKindDataElement);
+        tree.add(record, Relation::LastChild, tree.newKey(), "<" + name + ">", kKindDataElement);
     }
     record->expanded = true;
 }
 
-void sincroz(LayoutTree& tree) {
+void renumberLayout(LayoutTree& tree) {
     tree.renumber();
     const int n = tree.count();
     NodeTable scratch;
@@ -49,7 +49,7 @@ void sincroz(LayoutTree& tree) {
     for (int k = 1; k <= n; ++k) {
         const LayoutNode* node = tree.numbered(k);
         if (!node) continue;
-        int r = makekey(node->tag);
+        int r = nodeNumber(node->previousKey);
         for (int c = 0; c < 4; ++c) scratch.setCell(k, c, t.cell(r, c));
     }
     tree.table() = scratch;
@@ -57,19 +57,19 @@ void sincroz(LayoutTree& tree) {
     tree.keyCounter = n;
 }
 
-void closingtagsxlmdata(const LayoutTree& tree, WorkingTable& work, const LayoutNode* node) {
+void attachEndTags(const LayoutTree& tree, WorkingTable& work, const LayoutNode* node) {
     (void)tree;
     if (!node) return;
-    std::string t = "</" + work.cell(ketmapr(node->key), 1) + ">";
+    std::string t = "</" + work.cell(nodeNumber(node->key), 1) + ">";
     const LayoutNode* deepest = node;
     while (!deepest->children.empty()) deepest = deepest->children.back();
-    int r = ketmapr(deepest->key);
+    int r = nodeNumber(deepest->key);
     if (!work.has(r)) return;
     work.setCell(r, 4, t + work.cell(r, 4));
 }
 
-void clenzr(LayoutTree& tree, WorkingTable& work) {
-    sincroz(tree);
+void tidyLayout(LayoutTree& tree, WorkingTable& work) {
+    renumberLayout(tree);
     work.setRows(0);
     work.setRows(2);
     work.bindings.clear();
@@ -93,7 +93,7 @@ void clenzr(LayoutTree& tree, WorkingTable& work) {
     for (int i = 3; i <= n; ++i) {
         const LayoutNode* node = tree.numbered(i);
         if (node && node->kind >= kKindDocument && node->kind <= kKindDataElement)
-            closingtagsxlmdata(tree, work, node);
+            attachEndTags(tree, work, node);
     }
 
     // An attribute that is the deepest last descendant of elements carries their
@@ -101,7 +101,7 @@ void clenzr(LayoutTree& tree, WorkingTable& work) {
     for (int i = 3; i <= n; ++i) {
         const LayoutNode* node = tree.numbered(i);
         if (!node || !isAttributeKind(node->kind) || !node->parent) continue;
-        int p = ketmapr(node->parent->key);
+        int p = nodeNumber(node->parent->key);
         if (!work.cell(i, 4).empty() && work.has(p)) work.setCell(p, 4, work.cell(i, 4));
     }
 }

@@ -11,15 +11,16 @@ namespace rq {
 // Clears and rebuilds the layout from the sheet's header row: the document
 // node, the root element "document", the record element "row" and one data
 // element per column.
-void initree(LayoutTree& tree, const DataSheet& sheet);
+void buildDefaultLayout(LayoutTree& tree, const DataSheet& sheet);  // initree
 
 // Renumbers the nodes in pre-order and reorders the node table to match.
-void sincroz(LayoutTree& tree);
+void renumberLayout(LayoutTree& tree);  // sincroz
 
 // sincroz, then fills the working table and binding list and prepares the end tags.
-void clenzr(LayoutTree& tree, WorkingTable& work);
+void tidyLayout(LayoutTree& tree, WorkingTable& work);  // clenzr
 
 // Attaches the node's end tag to its deepest last descendant's row (prepended).
-void closingtagsxlmdata(const LayoutTree& tree, WorkingTable& work, const LayoutNode* node);
+void attachEndTags(const LayoutTree& tree, WorkingTable& work,
+                   const LayoutNode* node);  // closingtagsxlmdata
 
 }  // namespace rq

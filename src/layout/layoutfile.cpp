@@ -5,8 +5,8 @@
 #include <sstream>
 #include <vector>
 
-#include "generate/cp1252.h"
-#include "generate/generationrun.h"
+#include "base/io/atomicfile.h"
+#include "base/text/cp1252.h"
 
 namespace rq {
 
@@ -309,7 +309,7 @@ std::string layoutFileText(const LayoutTree& tree) {
         out += "</rowquill-layout>\n";
         return out;
     }
-    const int rootRow = ketmapr(root->key);
+    const int rootRow = nodeNumber(root->key);
     out += "  <root name=\"" + escaped(t.rows() > rootRow ? t.cell(rootRow, 1) : "", true) + "\"";
     if (!tree.rootAttributes.empty())
         out += " attributes=\"" + escaped(tree.rootAttributes, true) + "\"";
@@ -335,7 +335,7 @@ std::string layoutFileText(const LayoutTree& tree) {
                    tagOfKind(n->kind) + ">\n";
             continue;
         }
-        const int r = ketmapr(n->key);
+        const int r = nodeNumber(n->key);
         const std::string name = r < t.rows() ? t.cell(r, 1) : std::string();
         out += std::string(static_cast<std::size_t>(depth) * 2, ' ') + "<" + tagOfKind(n->kind) +
                " name=\"" + escaped(name, true) + "\"";
@@ -461,12 +461,12 @@ void readLayoutText(std::string_view text, LayoutTree& tree, const DataSheet* sh
     tree.rootAttributes = attrs ? *attrs : "";
 
     t.grow();
-    LayoutNode* doc = tree.add(nullptr, Relation::LastChild, tree.maktre(),
+    LayoutNode* doc = tree.add(nullptr, Relation::LastChild, tree.newKey(),
                                pe ? pe->text : documentNodeText(tree), kKindDocument);
     doc->expanded = true;
     t.setCell(t.rows() - 1, 1, *rootName);
     t.grow();
-    LayoutNode* rootNode = tree.add(doc, Relation::LastChild, tree.maktre(),
+    LayoutNode* rootNode = tree.add(doc, Relation::LastChild, tree.newKey(),
                                     "<" + *rootName + tree.rootAttributes + ">", kKindDocument);
     rootNode->expanded = true;
 
@@ -497,9 +497,9 @@ void readLayoutText(std::string_view text, LayoutTree& tree, const DataSheet* sh
                 std::find_if(parent->children.begin(), parent->children.end(),
                              [](const LayoutNode* n) { return !isAttributeKind(n->kind); });
             if (firstElement != parent->children.end())
-                node = tree.add(*firstElement, Relation::Previous, tree.maktre(), display, kind);
+                node = tree.add(*firstElement, Relation::Previous, tree.newKey(), display, kind);
         }
-        if (!node) node = tree.add(parent, Relation::LastChild, tree.maktre(), display, kind);
+        if (!node) node = tree.add(parent, Relation::LastChild, tree.newKey(), display, kind);
         node->expanded = !e.children.empty();
         for (auto it = e.children.rbegin(); it != e.children.rend(); ++it)
             todo.emplace_back(*it, node);

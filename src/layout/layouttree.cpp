@@ -143,7 +143,7 @@ LayoutNode* LayoutTree::nextSiblingOf(LayoutNode* node) {
     return *it;
 }
 
-std::string LayoutTree::maktre() {
+std::string LayoutTree::newKey() {
     ++keyCounter;
     return std::to_string(keyCounter) + "_";
 }
@@ -154,7 +154,7 @@ void LayoutTree::renumber() {
     byKey_.clear();
     for (std::size_t i = 0; i < order_.size(); ++i) {
         LayoutNode* n = order_[i];
-        n->tag = n->key;
+        n->previousKey = n->key;
         n->key = std::to_string(i + 1) + "___";
     }
     LayoutNode* doc = documentNode();
@@ -186,7 +186,7 @@ void LayoutTree::renumber() {
     for (LayoutNode* n : order_) byKey_[n->key] = n;
 }
 
-int ketmapr(std::string_view key) {
+int nodeNumber(std::string_view key) {
     long long v = 0;
     bool any = false;
     for (char c : key) {
@@ -199,7 +199,7 @@ int ketmapr(std::string_view key) {
     return any ? static_cast<int>(v) : 0;
 }
 
-int GetNodeLevel(const LayoutNode* node) {
+int nodeLevel(const LayoutNode* node) {
     int level = 0;
     if (!node) return 0;
     for (const LayoutNode* p = node->parent; p; p = p->parent) ++level;

@@ -1,7 +1,6 @@
 #include "layout/namerules.h"
 
-#include "generate/cp1252.h"
-#include "generate/escape.h"
+#include "base/text/cp1252.h"
 
 namespace rq {
 
@@ -14,11 +13,26 @@ bool removedCode(int code) {
 
 }  // namespace
 
-std::string elemntnamchnge(std::string_view typed) {
+std::string repairFirstCharacter(std::string_view name) {
+    std::string s(name);
+    if (s.empty()) return s;
+    char32_t c;
+    std::size_t len = decodeUtf8(s, 0, c);
+    int code = cp1252Code(c);
+    if (code < 65 || code > 122) s.erase(0, len);
+    if (!s.empty()) {
+        len = decodeUtf8(s, 0, c);
+        code = cp1252Code(c);
+        if (code > 90 && code < 97 && code != 95) s.erase(0, len);
+    }
+    return s;
+}
+
+std::string cleanTagName(std::string_view typed) {
     std::string s(typed);
     for (char& c : s)
         if (c == ' ') c = '_';
-    s = ascterep(s);
+    s = repairFirstCharacter(s);
     std::string out;
     for (std::size_t i = 0; i < s.size();) {
         char32_t ch;

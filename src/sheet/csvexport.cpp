@@ -1,7 +1,6 @@
 #include "sheet/csvexport.h"
 
-#include "generate/generationrun.h"
-#include "generate/stringbuilder.h"
+#include "base/io/atomicfile.h"
 
 namespace rq {
 
@@ -46,12 +45,12 @@ void reportProgress(const ExportProgress& progress, int r, int R) {
 }  // namespace
 
 std::string csvExportText(const DataSheet& sheet, const ExportProgress& progress) {
-    StringBuilder b;
+    std::string text;
     const int R = sheet.rows() - 1;
     exportLines(
-        sheet, [&](std::string_view piece) { Concat(b, piece); },
+        sheet, [&](std::string_view piece) { text.append(piece); },
         [&](int r) { reportProgress(progress, r, R); });
-    return b.take();
+    return text;
 }
 
 void csvExportChunks(const DataSheet& sheet, const std::function<void(std::string&)>& sink,
@@ -69,9 +68,11 @@ void csvExportChunks(const DataSheet& sheet, const std::function<void(std::strin
     sink(out);
 }
 
-bool cndsaveexptxt(const std::string& path, const std::string& text) {
+bool saveExportText(const std::string& path, const std::string& text, std::string* error) {
     AtomicFile f;
-    return f.open(path) && f.write(text) && f.write("\r\n") && f.commit();
+    bool ok = f.open(path) && f.write(text) && f.write("\r\n") && f.commit();
+    if (!ok && error) *error = f.error();
+    return ok;
 }
 
 }  // namespace rq

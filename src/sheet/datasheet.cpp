@@ -286,25 +286,25 @@ int MouseSelection::number(const std::string& text) {
     return static_cast<int>(v);
 }
 
-void MouseSelection::gridmusdown(const DataSheet& sheet) {
-    mdown = std::to_string(sheet.rowSel());
-    clkrow = std::to_string(sheet.rowSel());
-    clkcol = std::to_string(sheet.colSel());
+void MouseSelection::buttonPressed(const DataSheet& sheet) {
+    sweepTop = std::to_string(sheet.rowSel());
+    pressRow = std::to_string(sheet.rowSel());
+    pressCol = std::to_string(sheet.colSel());
 }
 
-void MouseSelection::gridmusup(const DataSheet& sheet) {
-    exrow = std::to_string(sheet.rowSel());
-    excol = std::to_string(sheet.colSel());
-    mup = std::to_string(sheet.rowSel());
-    int down = mdownNumber();
-    int up = number(mup);
+void MouseSelection::buttonReleased(const DataSheet& sheet) {
+    releaseRow = std::to_string(sheet.rowSel());
+    releaseCol = std::to_string(sheet.colSel());
+    sweepBottom = std::to_string(sheet.rowSel());
+    int down = sweepTopNumber();
+    int up = number(sweepBottom);
     if (up < down) {
-        mup = std::to_string(down);
-        mdown = std::to_string(up);
+        sweepBottom = std::to_string(down);
+        sweepTop = std::to_string(up);
     }
 }
 
-std::string curntrowcol(const DataSheet& sheet) {
+std::string positionText(const DataSheet& sheet) {
     return "Current Row:" + std::to_string(sheet.rowSel()) +
            " Column:" + std::to_string(sheet.colSel());
 }

@@ -38,9 +38,8 @@ class DataSheet {
         return rows_[static_cast<std::size_t>(row)].cell(col);
     }
     void setCell(int row, int col, std::string_view text);
-    // The classic grid names of the same two operations.
-    std::string textMatrix(int row, int col) const { return std::string(cell(row, col)); }
-    void setTextMatrix(int row, int col, std::string_view text) { setCell(row, col, text); }
+    // A copy of one cell's text (TextMatrix).
+    std::string cellText(int row, int col) const { return std::string(cell(row, col)); }
 
     // Inserts a row before index (1 .. Rows; Rows appends). The text is the cells
     // joined by tabs; an empty text gives an empty row. Out of range: ignored.
@@ -124,17 +123,17 @@ class DataSheet {
 // text and read back as numbers (an empty value reads as 0, except mdown,
 // which counts as 1).
 struct MouseSelection {
-    std::string clkrow, clkcol;  // RowSel / ColSel when the button went down
-    std::string exrow, excol;    // RowSel / ColSel when it was released
-    std::string mdown, mup;      // first and last row of the swept range, mdown <= mup
+    std::string pressRow, pressCol;      // clkrow, clkcol: RowSel / ColSel at button down
+    std::string releaseRow, releaseCol;  // exrow, excol: RowSel / ColSel at button up
+    std::string sweepTop, sweepBottom;   // mdown, mup: first and last row swept, top <= bottom
 
     // Button pressed on the grid.
-    void gridmusdown(const DataSheet& sheet);
+    void buttonPressed(const DataSheet& sheet);  // gridmusdown
     // Button released on the grid.
-    void gridmusup(const DataSheet& sheet);
+    void buttonReleased(const DataSheet& sheet);  // gridmusup
 
     static int number(const std::string& text);
-    int mdownNumber() const { return mdown.empty() ? 1 : number(mdown); }
+    int sweepTopNumber() const { return sweepTop.empty() ? 1 : number(sweepTop); }
 };
 
 // Splits text on a single-character separator (an empty text gives one empty piece).
@@ -144,10 +143,10 @@ std::vector<std::string_view> splitOn(std::string_view text, char sep);
 bool readsAsNumber(std::string_view text, double* value = nullptr);
 
 // The status text of the current position: "Current Row:" RowSel " Column:" ColSel.
-std::string curntrowcol(const DataSheet& sheet);
+std::string positionText(const DataSheet& sheet);  // curntrowcol
 
-// Column width for colwd: the header text's width in twips plus 320.
-inline int colwdTwips(int headerTextWidthTwips) {
+// Column width for colwd (fitColumnWidths): the header text's width in twips plus 320.
+inline int columnWidthTwips(int headerTextWidthTwips) {
     return headerTextWidthTwips + 320;
 }
 

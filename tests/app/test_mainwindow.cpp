@@ -101,7 +101,7 @@ class MainWindowTest : public QObject {
         // Everything else on the sheet toolbar is available.
         QVERIFY(w.sheetToolAction("Cut")->isEnabled());
         QVERIFY(w.sheetToolAction("InsertRow")->isEnabled());
-        w.sqlenabfun(true);
+        w.enableSqlCommands(true);
         for (const char* name : {"mnusqlhand", "mnuvissql"}) QVERIFY(w.action(name)->isEnabled());
         for (const char* key : {"sqlpen", "sqlply"}) QVERIFY(w.sheetToolAction(key)->isEnabled());
     }
@@ -177,7 +177,7 @@ class MainWindowTest : public QObject {
         QVERIFY(doc->isExpanded() && root->isExpanded() && row->isExpanded());
 
         // A header renamed in place does not rebuild the layout.
-        w.state().sheet.setTextMatrix(0, 0, "Renamed");
+        w.state().sheet.setCell(0, 0, "Renamed");
         w.action("mnusheet")->trigger();
         QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
         w.action("mnulayout")->trigger();
@@ -192,7 +192,7 @@ class MainWindowTest : public QObject {
                  QString("<Renamed>"));
 
         // Refresh rebuilds whatever the flag says.
-        w.state().sheet.setTextMatrix(0, 1, "Order ID");
+        w.state().sheet.setCell(0, 1, "Order ID");
         w.layoutView()->toolbarAction("Refresh")->trigger();
         QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(1)->text(0),
                  QString("<Order_ID>"));
@@ -238,14 +238,14 @@ class MainWindowTest : public QObject {
 
     void cancellingTheOpenDialogLeavesTheFreshWindow() {
         Frmdata w(false);
-        w.state().sheet.setTextMatrix(1, 1, "old");
+        w.state().sheet.setCell(1, 1, "old");
         Dialogs::setNextFileName(QString());
         w.action("mnuDBOdBASE4")->trigger();
         QCOMPARE(Dialogs::shown().size(), 1);
         QCOMPARE(Dialogs::shown()[0].kind, QString("open"));
         QCOMPARE(Dialogs::shown()[0].title, QString("Open Dbase Database"));
         QCOMPARE(Dialogs::shown()[0].text, QString("Dbase DBs (*.dbf)|*.dbf"));
-        QCOMPARE(w.state().sheet.textMatrix(1, 1), std::string());
+        QCOMPARE(w.state().sheet.cellText(1, 1), std::string());
         QCOMPARE(w.tableList()->count(), 0);
         QCOMPARE(w.database(), nullptr);
         // The query commands were switched on before the dialog.
@@ -451,8 +451,8 @@ class MainWindowTest : public QObject {
         // The two live records of the file (the third is deleted).
         QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"NAME", "BIRTHDATE"}));
         QCOMPARE(w.state().sheet.rows(), 3);
-        QCOMPARE(w.state().sheet.textMatrix(1, 0), std::string("Alice"));
-        QCOMPARE(w.state().sheet.textMatrix(2, 1), std::string("1980-11-12"));
+        QCOMPARE(w.state().sheet.cellText(1, 0), std::string("Alice"));
+        QCOMPARE(w.state().sheet.cellText(2, 1), std::string("1980-11-12"));
     }
 
     void theAccessPasswordFixtureAsksUntilRight() {
@@ -508,7 +508,7 @@ class MainWindowTest : public QObject {
         QCOMPARE(w.tableList()->currentItem()->text(), QString("orders#csv"));
         QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"id", "customer"}));
         QCOMPARE(w.sheetModel()->rowCount(), 2);
-        QCOMPARE(w.state().sheet.textMatrix(2, 1), std::string("Bob"));
+        QCOMPARE(w.state().sheet.cellText(2, 1), std::string("Bob"));
         QVERIFY(w.state().sheetchanged);
     }
 

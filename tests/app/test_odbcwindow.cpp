@@ -108,7 +108,7 @@ void checkFreshOdbcWindow(Frmdata& w) {
     QVERIFY(w.tableListPanel()->isHidden());
     QVERIFY(w.state().odbcConnection.empty());
     QCOMPARE(w.state().sheet.cols(), 5);
-    QCOMPARE(w.state().sheet.textMatrix(0, 0), std::string("Element 1"));
+    QCOMPARE(w.state().sheet.cellText(0, 0), std::string("Element 1"));
     // The query commands are on even though nothing was opened.
     QVERIFY(w.action("mnusqlhand")->isEnabled());
     QVERIFY(w.action("mnuvissql")->isEnabled());
@@ -275,7 +275,7 @@ class OdbcWindowTest : public QObject {
         QVERIFY(w.tableListPanel()->isVisible());
         QCOMPARE(list->currentRow(), 0);
         // Selection only: the start-up sheet is still there, sized by colwd.
-        QCOMPARE(w.state().sheet.textMatrix(0, 0), std::string("Element 1"));
+        QCOMPARE(w.state().sheet.cellText(0, 0), std::string("Element 1"));
         QCOMPARE(w.grid()->columnWidth(0), w.columnWidthFor("Element 1"));
         // The completed string names the file, and the query commands are on.
         const QString saved = QString::fromStdString(w.state().odbcConnection);
@@ -342,7 +342,7 @@ class OdbcWindowTest : public QObject {
         answerSource("DRIVER=SQLite3;Database=" + file_ + ";");
         w.mnuDBOODBC();
         QVERIFY(w.loadOdbcListEntry(0));
-        QCOMPARE(w.state().sheet.textMatrix(0, 1), std::string("item"));
+        QCOMPARE(w.state().sheet.cellText(0, 1), std::string("item"));
         Dialogs::clear();
         w.mnuDBOODBC();  // unanswered: cancelled
         QVERIFY(lastMessage());
@@ -411,8 +411,8 @@ class OdbcWindowTest : public QObject {
         doubleClickRow(w.tableList(), row);
         const DataSheet& sheet = w.state().sheet;
         QCOMPARE(sheet.rows(), 25);
-        QCOMPARE(sheet.textMatrix(0, 1), std::string("Наименование_района"));
-        QCOMPARE(sheet.textMatrix(24, 1), std::string("Центральный"));
+        QCOMPARE(sheet.cellText(0, 1), std::string("Наименование_района"));
+        QCOMPARE(sheet.cellText(24, 1), std::string("Центральный"));
     }
 
     void btrieveDefaultsToTheUsDosPageAndCancelOpensNothing() {

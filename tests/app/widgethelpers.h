@@ -18,7 +18,7 @@ inline QStringList items(const QListWidget* list) {
 
 inline QStringList sheetRow(const DataSheet& sheet, int row) {
     QStringList out;
-    for (int c = 0; c < sheet.cols(); ++c) out << QString::fromStdString(sheet.textMatrix(row, c));
+    for (int c = 0; c < sheet.cols(); ++c) out << QString::fromStdString(sheet.cellText(row, c));
     return out;
 }
 

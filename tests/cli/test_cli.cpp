@@ -6,6 +6,7 @@
 #include "datasource/database.h"
 #include "datasource/sheetloader.h"
 #include "generate/generationrun.h"
+#include "generate/outputfiles.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
 
@@ -212,9 +213,9 @@ TEST_F(CliFiles, ConvertGivesTheBytesOfTheWindowsSave) {
     DataSheet sheet;
     loadTable(*db, "ARD_to_WRS#csv", sheet);
     LayoutTree tree;
-    initree(tree, sheet);
+    buildDefaultLayout(tree, sheet);
     WorkingTable work;
-    ASSERT_TRUE(cndsavefunc(path("window.xml"), runSingleFile(tree, work, sheet), false));
+    ASSERT_TRUE(saveDocument(path("window.xml"), runSingleFile(tree, work, sheet), false));
     const std::string cli = slurp(dir / "cli.xml");
     EXPECT_EQ(cli, slurp(dir / "window.xml"));
     EXPECT_NE(cli.find("\t\t\t<PR>038046</PR>\r\n\t\t\t<h>1</h>\r\n\t\t\t<v>21</v></row>\r\n"

@@ -24,12 +24,12 @@ LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::stri
     if (!value.empty()) t.table().setCell(row, 2, value);
     if (column >= 0) t.table().setCell(row, 3, std::to_string(column));
     t.table().grow();
-    return t.add(parent, Relation::LastChild, t.maktre(), "<" + name + ">", kind);
+    return t.add(parent, Relation::LastChild, t.newKey(), "<" + name + ">", kind);
 }
 
 std::string generate(LayoutTree& t, const DataSheet& s) {
     WorkingTable w;
-    return cmdsedfinfunc(t, w, s, s.rows() - 1);
+    return buildDocument(t, w, s, s.rows() - 1);
 }
 
 const DataSheet kPeople = makeSheet({{"ID", "Name"}, {"1", "Ann"}, {"2", "Bob"}});
@@ -38,7 +38,7 @@ const DataSheet kPeople = makeSheet({{"ID", "Name"}, {"1", "Ann"}, {"2", "Bob"}}
 
 TEST(DocumentWriter, DefaultLayoutPutsEndTagsOnTheLineOfTheLastDescendant) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     EXPECT_EQ(generate(t, kPeople),
               "<?xml version=\"1.0\"?>\r\n"
               "\t<document>\r\n"
@@ -54,18 +54,18 @@ TEST(DocumentWriter, DefaultLayoutPutsEndTagsOnTheLineOfTheLastDescendant) {
 TEST(DocumentWriter, NoRecordsGiveHeadAndTailOnly) {
     DataSheet header = makeSheet({{"ID", "Name"}});
     LayoutTree t;
-    initree(t, header);
+    buildDefaultLayout(t, header);
     const std::string expected = "<?xml version=\"1.0\"?>\r\n\t<document>\r\n\t</document>\r\n";
     EXPECT_EQ(generate(t, header), expected);
     WorkingTable w;
-    clenzr(t, w);
-    EXPECT_EQ(cmdsedfinseprat(t, w, kPeople, 2, 1), expected);  // first > last
+    tidyLayout(t, w);
+    EXPECT_EQ(buildDocumentRange(t, w, kPeople, 2, 1), expected);  // first > last
 }
 
 TEST(DocumentWriter, ValuesAreEscapedAndEmptyValuesWriteNothing) {
     DataSheet s = makeSheet({{"A", "B"}, {"x&y<z>\"q\"'", ""}, {"l1\nl2\r\nl3", "\xE2\x82\xAC"}});
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     EXPECT_EQ(generate(t, s),
               "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
               "\t\t<row>\r\n\t\t\t<A>x&amp;y&lt;z&gt;&quot;q&quot;'</A>\r\n"
@@ -77,15 +77,15 @@ TEST(DocumentWriter, ValuesAreEscapedAndEmptyValuesWriteNothing) {
 
 TEST(DocumentWriter, AttributesAreWrittenOncePerRecordWithThatRecordsValues) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     LayoutNode* rec = t.find("3_");
     // Attributes come first among siblings.
     LayoutNode* id =
-        t.add(rec->children[0], Relation::Previous, t.maktre(), "id=\"\"", kKindDataAttribute);
+        t.add(rec->children[0], Relation::Previous, t.newKey(), "id=\"\"", kKindDataAttribute);
     t.table().setCell(6, 1, "id");
     t.table().setCell(6, 3, "0");
     t.table().grow();
-    LayoutNode* src = t.add(id, Relation::Next, t.maktre(), "src=\"a<b\"", kKindAttribute);
+    LayoutNode* src = t.add(id, Relation::Next, t.newKey(), "src=\"a<b\"", kKindAttribute);
     t.table().setCell(7, 1, "src");
     t.table().setCell(7, 2, "a<b");
     t.table().grow();
@@ -103,7 +103,7 @@ TEST(DocumentWriter, AttributesAreWrittenOncePerRecordWithThatRecordsValues) {
 
 TEST(DocumentWriter, ElementWithValueAndChildrenKeepsTheFirstChildOnItsLine) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     LayoutNode* rec = t.find("3_");
     t.remove(t.find("4_"));
     t.remove(t.find("5_"));
@@ -124,7 +124,7 @@ TEST(DocumentWriter, ElementWithValueAndChildrenKeepsTheFirstChildOnItsLine) {
 TEST(DocumentWriter, DataElementWithChildrenDecidesTheLineBreakPerRecord) {
     DataSheet s = makeSheet({{"K", "V"}, {"x", "1"}, {"", "2"}});
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     LayoutNode* k = t.find("4_");
     t.remove(t.find("5_"));
     addNode(t, k, kKindDataElement, "V", "", 1);
@@ -140,7 +140,7 @@ TEST(DocumentWriter, DataElementWithChildrenDecidesTheLineBreakPerRecord) {
 
 TEST(DocumentWriter, ElementAfterAnAttributeSiblingOpensANewLine) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     LayoutNode* rec = t.find("3_");
     t.remove(t.find("5_"));
     LayoutNode* id = t.find("4_");
@@ -160,21 +160,21 @@ TEST(DocumentWriter, ElementAfterAnAttributeSiblingOpensANewLine) {
 
 TEST(DocumentWriter, BindingBeyondTheSheetGivesEmptyContent) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     t.table().setCell(5, 3, "7");
     std::string doc = generate(t, kPeople);
     EXPECT_NE(doc.find("\t\t\t<Name></Name></row>\r\n"), std::string::npos);
     // Deleting a column shifts bindings: the second data element runs dry.
     DataSheet narrowed = makeSheet({{"Name"}, {"Ann"}, {"Bob"}});
     LayoutTree t2;
-    initree(t2, kPeople);
+    buildDefaultLayout(t2, kPeople);
     std::string doc2 = generate(t2, narrowed);
     EXPECT_NE(doc2.find("<ID>Ann</ID>\r\n\t\t\t<Name></Name></row>"), std::string::npos);
 }
 
 TEST(DocumentWriter, PrologItemsStandOnTheirOwnLinesAndRootAttributesFollowTheName) {
     LayoutTree t;
-    initree(t, kPeople);
+    buildDefaultLayout(t, kPeople);
     t.documentNode()->text =
         "<?xml version=\"1.0\"?><?xml:stylesheet type=\"text/xsl\" "
         "href=\"a.xsl\"?><!DOCTYPE document SYSTEM \"d.dtd\">";
@@ -192,10 +192,10 @@ TEST(DocumentWriter, ProgressReportsEachRecord) {
     EXPECT_EQ(completingRowText(7, 120), "Completing Row:7 of 120");
     DataSheet s(121, 1);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     std::vector<int> seen;
-    cmdsedfinfunc(t, w, s, 120, [&](int i, int n) {
+    buildDocument(t, w, s, 120, [&](int i, int n) {
         EXPECT_EQ(n, 120);
         seen.push_back(i);
     });
@@ -203,10 +203,10 @@ TEST(DocumentWriter, ProgressReportsEachRecord) {
     EXPECT_EQ(seen.front(), 1);
     EXPECT_EQ(seen.back(), 120);
     std::vector<double> pct;
-    cmdsedfinseprat(t, w, s, 11, 15, [&](double p) { pct.push_back(p); });
+    buildDocumentRange(t, w, s, 11, 15, [&](double p) { pct.push_back(p); });
     EXPECT_EQ(pct, (std::vector<double>{0, 25, 50, 75, 100}));
     pct.clear();
-    cmdsedfinseprat(t, w, s, 3, 3, [&](double p) { pct.push_back(p); });
+    buildDocumentRange(t, w, s, 3, 3, [&](double p) { pct.push_back(p); });
     EXPECT_TRUE(pct.empty());
 }
 
@@ -215,10 +215,10 @@ TEST(DocumentWriter, SeparateDocumentCoversOnlyItsRange) {
     s.setCell(0, 0, "n");
     for (int r = 1; r <= 25; ++r) s.setCell(r, 0, std::to_string(r));
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
-    clenzr(t, w);
-    std::string doc = cmdsedfinseprat(t, w, s, 21, 25);
+    tidyLayout(t, w);
+    std::string doc = buildDocumentRange(t, w, s, 21, 25);
     EXPECT_NE(doc.find("<n>21</n>"), std::string::npos);
     EXPECT_NE(doc.find("<n>25</n>"), std::string::npos);
     EXPECT_EQ(doc.find("<n>20</n>"), std::string::npos);
@@ -238,9 +238,9 @@ TEST(StringBuilder, GrowsByFiftyThousandOrByALongPiece) {
         body += piece;
     }
     EXPECT_EQ(b.text(), "abc" + big + body);
-    EXPECT_EQ(TxtTab(0), "");
-    EXPECT_EQ(TxtTab(-1), "");
-    EXPECT_EQ(TxtTab(3), "\t\t\t");
+    EXPECT_EQ(tabs(0), "");
+    EXPECT_EQ(tabs(-1), "");
+    EXPECT_EQ(tabs(3), "\t\t\t");
 }
 
 // The fast writer must give exactly the bytes of the step-by-step one, for
@@ -255,7 +255,7 @@ TEST(DocumentWriter, FastWriterMatchesTheStepByStepWriterOnRandomLayouts) {
             for (int c = 0; c < cols; ++c) s.setCell(r, c, values[rng() % values.size()]);
         for (int c = 0; c < cols; ++c) s.setCell(0, c, "c" + std::to_string(c));
         LayoutTree t;
-        initree(t, s);
+        buildDefaultLayout(t, s);
         std::vector<LayoutNode*> elements = {t.find("3_")};
         for (auto* ch : t.find("3_")->children) elements.push_back(ch);
         int extra = static_cast<int>(rng() % 8);
@@ -278,8 +278,8 @@ TEST(DocumentWriter, FastWriterMatchesTheStepByStepWriterOnRandomLayouts) {
             }
         }
         WorkingTable w1, w2;
-        std::string fast = cmdsedfinfunc(t, w1, s, s.rows() - 1);
-        clenzr(t, w2);
+        std::string fast = buildDocument(t, w1, s, s.rows() - 1);
+        tidyLayout(t, w2);
         std::string slow = referenceDocument(t, w2, s, 1, s.rows() - 1);
         ASSERT_EQ(fast, slow) << "round " << round;
     }

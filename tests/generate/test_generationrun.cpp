@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <sstream>
 
-#include "generate/escape.h"
+#include "generate/folderchoice.h"
 #include "generate/generationrun.h"
+#include "generate/outputfiles.h"
 #include "layout/defaultlayout.h"
 
 using namespace rq;
@@ -57,66 +57,32 @@ std::vector<std::string> listing(const fs::path& dir) {
 
 }  // namespace
 
-TEST(WorkingFolder, SecondFolderOfTheSameNameGetsAOneAppended) {
-    const std::string name = "rqtest" + std::to_string(::getpid());
-    std::string first = makefold(name);
-    std::string second = makefold(name);
-    std::string third = makefold(name);
-    ASSERT_FALSE(first.empty());
-    EXPECT_EQ(first, (fs::temp_directory_path() / name).string() + "/");
-    EXPECT_EQ(second, (fs::temp_directory_path() / (name + "1")).string() + "/");
-    EXPECT_EQ(third, (fs::temp_directory_path() / (name + "11")).string() + "/");
-    struct stat st {};
-    ASSERT_EQ(::stat(first.c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0700u);
-    std::ofstream(first + "inside.txt") << "x";
-    for (const auto& f : {first, second, third}) DeleteAFolder(f);
-    EXPECT_FALSE(fs::exists(first));
-    EXPECT_FALSE(fs::exists(second));
-    DeleteAFolder(first);  // already gone: nothing happens
-}
-
 TEST(PreviewTypes, ExtensionsFollowTheItems) {
     ASSERT_EQ(previewTypeItems().size(), 5u);
     EXPECT_EQ(previewTypeItems()[3], "Preview as XSLT Stylesheets(.XSLT)");
-    EXPECT_EQ(combotxt(0), ".xml");
-    EXPECT_EQ(combotxt(3), ".xslt");
-    EXPECT_EQ(combotxt(4), ".fo");
-    EXPECT_EQ(combotxt(-1), "");
-    EXPECT_EQ(combotxt(5), "");
+    EXPECT_EQ(previewTypeExtension(0), ".xml");
+    EXPECT_EQ(previewTypeExtension(3), ".xslt");
+    EXPECT_EQ(previewTypeExtension(4), ".fo");
+    EXPECT_EQ(previewTypeExtension(-1), "");
+    EXPECT_EQ(previewTypeExtension(5), "");
 }
 
 TEST(SavedFiles, EncodingFollowsSymbolConversionAndALineEndIsAdded) {
     TempDir dir;
     const std::string text = "<a>caf\xC3\xA9 \xE2\x82\xAC \xD0\x96</a>";  // é € Ж
-    ASSERT_TRUE(cndsavefunc((dir / "u.xml").string(), text, true));
+    ASSERT_TRUE(saveDocument((dir / "u.xml").string(), text, true));
     EXPECT_EQ(slurp(dir / "u.xml"), text + "\r\n");
-    ASSERT_TRUE(cndsavefunc((dir / "w.xml").string(), text, false));
+    ASSERT_TRUE(saveDocument((dir / "w.xml").string(), text, false));
     EXPECT_EQ(slurp(dir / "w.xml"), "<a>caf\xE9 \x80 ?</a>\r\n");
     // Overwrites and leaves no temporary files behind.
-    ASSERT_TRUE(cndsavefunc((dir / "w.xml").string(), "x", false));
+    ASSERT_TRUE(saveDocument((dir / "w.xml").string(), "x", false));
     EXPECT_EQ(slurp(dir / "w.xml"), "x\r\n");
     EXPECT_EQ(listing(dir / ""), (std::vector<std::string>{"u.xml", "w.xml"}));
 }
 
-TEST(SavedFiles, FailureLeavesNothingUnderTheName) {
-    TempDir dir;
-    EXPECT_FALSE(writeFileAtomically((dir / "missing" / "x.xml").string(), "abc"));
-    fs::create_directory(dir / "taken");
-    EXPECT_FALSE(writeFileAtomically((dir / "taken").string(), "abc"));
-    EXPECT_TRUE(fs::is_directory(dir / "taken"));
-    EXPECT_EQ(listing(dir / ""), (std::vector<std::string>{"taken"}));
-    AtomicFile f;
-    ASSERT_TRUE(f.open((dir / "half.xml").string()));
-    ASSERT_TRUE(f.write("partial"));
-    f.abort();
-    EXPECT_FALSE(fs::exists(dir / "half.xml"));
-    EXPECT_EQ(listing(dir / ""), (std::vector<std::string>{"taken"}));
-}
-
 TEST(SavedFiles, PreviewFileIsXmlTempWithTheExtension) {
     TempDir dir;
-    std::string path = showfinshxml(dir.str() + "/", "<a/>", ".xsd", false);
+    std::string path = writePreviewFile(dir.str() + "/", "<a/>", ".xsd", false);
     EXPECT_EQ(path, dir.str() + "/xml_temp.xsd");
     EXPECT_EQ(slurp(path), "<a/>\r\n");
 }
@@ -124,7 +90,7 @@ TEST(SavedFiles, PreviewFileIsXmlTempWithTheExtension) {
 TEST(SingleFile, RunsOverEveryRecordWithProgress) {
     DataSheet s = numbered(3);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     std::vector<std::string> seen;
     std::string doc =
@@ -138,7 +104,7 @@ TEST(SeparateFiles, FullBlocksThenOneShorterBlock) {
     TempDir dir;
     DataSheet s = numbered(25);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     std::vector<std::string> statuses;
     std::vector<double> percents;
@@ -165,8 +131,8 @@ TEST(SeparateFiles, FullBlocksThenOneShorterBlock) {
 
     // Each file is the document over its block, as the writer makes it, plus a line end.
     WorkingTable w2;
-    clenzr(t, w2);
-    EXPECT_EQ(slurp(dir / "Split" / names[2]), cmdsedfinseprat(t, w2, s, 21, 25) + "\r\n");
+    tidyLayout(t, w2);
+    EXPECT_EQ(slurp(dir / "Split" / names[2]), buildDocumentRange(t, w2, s, 21, 25) + "\r\n");
     std::string last = slurp(dir / "Split" / names[2]);
     EXPECT_EQ(last.find("<ID>20</ID>"), std::string::npos);
     EXPECT_NE(last.find("<ID>25</ID>"), std::string::npos);
@@ -178,7 +144,7 @@ TEST(SeparateFiles, ExactMultipleWritesNoEmptyFileAndRebuildsTheFolder) {
     std::ofstream(dir / "Split" / "stale.xml") << "old";
     DataSheet s = numbered(20);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     SplitResult r = runSeparateFiles(t, w, s, 10, dir.str(), false);
     EXPECT_EQ(r.documents, 2);
@@ -190,7 +156,7 @@ TEST(SeparateFiles, OneRecordPerFileAndFewerRecordsThanABlock) {
     TempDir dir;
     DataSheet s = numbered(3);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     SplitResult one = runSeparateFiles(t, w, s, 1, dir.str(), true);
     EXPECT_EQ(one.files,
@@ -210,7 +176,7 @@ TEST(SeparateFiles, NonPositiveBlockWritesNothing) {
     TempDir dir;
     DataSheet s = numbered(3);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     EXPECT_EQ(runSeparateFiles(t, w, s, 0, dir.str(), false).documents, 0);
     EXPECT_EQ(runSeparateFiles(t, w, s, -4, dir.str(), false).documents, 0);
@@ -222,10 +188,12 @@ TEST(SeparateFiles, UnwritableFolderThrows) {
     std::ofstream(dir / "file") << "x";
     DataSheet s = numbered(3);
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     WorkingTable w;
     // The run's folder would have to live below a plain file.
-    EXPECT_THROW(runSeparateFiles(t, w, s, 2, (dir / "file").string(), false), std::runtime_error);
+    EXPECT_THROW(runSeparateFiles(t, w, s, 2, (dir / "file").string(), false), GenerationError);
+    // Without a working folder no path is made up.
+    EXPECT_THROW(runSeparateFiles(t, w, s, 2, "", false), GenerationError);
 }
 
 TEST(FolderChooser, RefusesEmptyNamesAndFoldersThatAreNotEmpty) {
@@ -251,16 +219,18 @@ TEST(FolderChooser, RefusesEmptyNamesAndFoldersThatAreNotEmpty) {
                               "/full\n is not empty. Please choose a different folder or name.");
 }
 
-TEST(FolderChooser, CopyAndNewFolder) {
+TEST(FolderChooser, SaveIntoAFolderAndNewFolder) {
     TempDir dir;
     fs::create_directory(dir / "from");
     std::ofstream(dir / "from" / "a.xml") << "A";
     std::ofstream(dir / "from" / "b.xml") << "B";
-    EXPECT_TRUE(isfoldem((dir / "to").string()));
-    ASSERT_TRUE(copyfold((dir / "from").string(), (dir / "to").string()));
-    EXPECT_FALSE(isfoldem((dir / "to").string()));
+    std::string error;
+    ASSERT_TRUE(saveSeparateFiles((dir / "from").string(), (dir / "to").string(), &error)) << error;
     EXPECT_EQ(slurp(dir / "to" / "b.xml"), "B");
-    EXPECT_FALSE(copyfold((dir / "nowhere").string(), (dir / "to2").string()));
+    // A folder that is no longer empty is refused, and nothing is left beside it.
+    EXPECT_FALSE(saveSeparateFiles((dir / "from").string(), (dir / "to").string(), &error));
+    EXPECT_FALSE(saveSeparateFiles((dir / "nowhere").string(), (dir / "to2").string(), &error));
+    EXPECT_FALSE(fs::exists(dir / "to2"));
 
     EXPECT_EQ(makeNewFolder(dir.str()), dir.str() + "/New Folder");
     EXPECT_EQ(makeNewFolder(dir.str()), dir.str() + "/New Folder (2)");
@@ -271,23 +241,4 @@ TEST(FolderChooser, CopyAndNewFolder) {
 TEST(FolderChooser, OverwriteQuestionNamesTheFileOnly) {
     EXPECT_EQ(overwriteQuestion("/home/u/out/doc.xml"),
               "doc.xml already exits, would you like to overwrite it?");
-}
-
-TEST(SavedFiles, FastEncodingMatchesEncodeForFile) {
-    std::mt19937 rng(7);
-    const std::vector<std::string> pieces = {"a",        "plain ascii text ",
-                                             "\xC3\xA9", "\xE2\x82\xAC",
-                                             "\xD0\x96", "\xF0\x9F\x98\x80",
-                                             "\xFF",     "\xC3",
-                                             "\r\n",     "<&>"};
-    for (int round = 0; round < 200; ++round) {
-        std::string s;
-        int len = static_cast<int>(rng() % 40);
-        for (int i = 0; i < len; ++i) s += pieces[rng() % pieces.size()];
-        for (bool convert : {false, true}) {
-            std::string fast = "prefix";
-            appendFileBytes(fast, s, convert);
-            EXPECT_EQ(fast, "prefix" + encodeForFile(s, convert)) << s;
-        }
-    }
 }

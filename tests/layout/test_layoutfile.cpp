@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "generate/documentwriter.h"
-#include "generate/prolog.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
+#include "layout/prolog.h"
 
 using namespace rq;
 
@@ -22,7 +22,7 @@ DataSheet orders() {
 
 std::string generate(LayoutTree& t, const DataSheet& s) {
     WorkingTable w;
-    return cmdsedfinfunc(t, w, s, s.rows() - 1);
+    return buildDocument(t, w, s, s.rows() - 1);
 }
 
 std::vector<std::string> keysInPreorder(const LayoutTree& t) {
@@ -84,7 +84,7 @@ TEST(LayoutFile, ReadingBuildsKeysTableAndTextsAsTheEditorWould) {
 TEST(LayoutFile, DefaultLayoutRoundTripsToTheSameTreeAndDocument) {
     DataSheet s = orders();
     LayoutTree original;
-    initree(original, s);
+    buildDefaultLayout(original, s);
     assignProlog(original, kAssignXslt, true, "o.xsl");
     applyRootAttributes(original, schemaRows("urn:o", "o.xsd"));
     const std::string text = layoutFileText(original);
@@ -106,7 +106,7 @@ TEST(LayoutFile, DefaultLayoutRoundTripsToTheSameTreeAndDocument) {
 TEST(LayoutFile, ValuesWithLineBreaksAndQuotesSurvive) {
     DataSheet s = orders();
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     t.table().setCell(3, 2, "two\r\nlines \"q\" <&>\t");
     LayoutTree copy;
     readLayoutText(layoutFileText(t), copy);
@@ -143,7 +143,7 @@ TEST(LayoutFile, RefusalsNameTheLineAndKeepTheTree) {
     };
     DataSheet s = orders();
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     const auto before = keysInPreorder(t);
     for (const auto& c : cases) {
         try {

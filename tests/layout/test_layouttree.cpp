@@ -25,7 +25,7 @@ LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::stri
     std::string text = kind == kKindAttribute       ? attributeText(name, value)
                        : kind == kKindDataAttribute ? dataAttributeText(name)
                                                     : elementText(name, value);
-    return t.add(parent, Relation::LastChild, t.maktre(), text, kind);
+    return t.add(parent, Relation::LastChild, t.newKey(), text, kind);
 }
 
 std::vector<std::string> keysInPreorder(const LayoutTree& t) {
@@ -37,18 +37,18 @@ std::vector<std::string> keysInPreorder(const LayoutTree& t) {
 }  // namespace
 
 TEST(LayoutKeys, KetmaprReadsTheNumberOfEitherKeyForm) {
-    EXPECT_EQ(ketmapr("12__"), 12);
-    EXPECT_EQ(ketmapr("12_"), 12);
-    EXPECT_EQ(ketmapr("7___"), 7);
-    EXPECT_EQ(ketmapr(""), 0);
-    EXPECT_EQ(ketmapr("__"), 0);
-    EXPECT_EQ(ketmapr("x1_"), 0);
-    EXPECT_EQ(makekey("4__"), 4);
+    EXPECT_EQ(nodeNumber("12__"), 12);
+    EXPECT_EQ(nodeNumber("12_"), 12);
+    EXPECT_EQ(nodeNumber("7___"), 7);
+    EXPECT_EQ(nodeNumber(""), 0);
+    EXPECT_EQ(nodeNumber("__"), 0);
+    EXPECT_EQ(nodeNumber("x1_"), 0);
+    EXPECT_EQ(nodeNumber("4__"), 4);
 }
 
 TEST(DefaultLayout, BuildsDocumentRootRecordAndOneDataElementPerColumn) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"Order ID", "Qty"}));
+    buildDefaultLayout(t, sheetWithHeader({"Order ID", "Qty"}));
     ASSERT_EQ(t.count(), 5);
     EXPECT_EQ(t.documentNode()->text, "<?xml version=\"1.0\"?>");
     EXPECT_EQ(t.documentNode()->key, "1_");
@@ -73,13 +73,13 @@ TEST(DefaultLayout, BuildsDocumentRootRecordAndOneDataElementPerColumn) {
     EXPECT_EQ(t.table().rows(), t.keyCounter + 2);
     EXPECT_EQ(t.columnNames, (std::vector<std::string>{"Order_ID", "Qty"}));
     EXPECT_TRUE(t.documentNode()->expanded && t.rootElement()->expanded && row->expanded);
-    EXPECT_EQ(GetNodeLevel(t.documentNode()), 0);
-    EXPECT_EQ(GetNodeLevel(row->children[1]), 3);
+    EXPECT_EQ(nodeLevel(t.documentNode()), 0);
+    EXPECT_EQ(nodeLevel(row->children[1]), 3);
 }
 
 TEST(DefaultLayout, SheetWithoutColumnsGivesTheThreeFixedNodes) {
     LayoutTree t;
-    initree(t, DataSheet(1, 0));
+    buildDefaultLayout(t, DataSheet(1, 0));
     EXPECT_EQ(t.count(), 3);
     EXPECT_TRUE(t.find("3_")->children.empty());
 }
@@ -87,9 +87,9 @@ TEST(DefaultLayout, SheetWithoutColumnsGivesTheThreeFixedNodes) {
 TEST(DefaultLayout, InitreeDiscardsEarlierCustomisation) {
     LayoutTree t;
     DataSheet s = sheetWithHeader({"A"});
-    initree(t, s);
+    buildDefaultLayout(t, s);
     addNode(t, t.find("3_"), kKindElement, "extra", "v");
-    initree(t, s);
+    buildDefaultLayout(t, s);
     EXPECT_EQ(t.count(), 4);
     EXPECT_EQ(t.keyCounter, 4);
     EXPECT_FALSE(t.find("5_"));
@@ -97,18 +97,18 @@ TEST(DefaultLayout, InitreeDiscardsEarlierCustomisation) {
 
 TEST(Renumbering, GivesPreorderKeysAndKeepsOldKeysInTags) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"ID", "Name"}));
+    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
     t.renumber();
     EXPECT_EQ(keysInPreorder(t), (std::vector<std::string>{"1__", "2__", "3__", "4__", "5__"}));
-    EXPECT_EQ(t.find("4__")->tag, "4_");
-    EXPECT_EQ(t.find("1__")->tag, "1_");
+    EXPECT_EQ(t.find("4__")->previousKey, "4_");
+    EXPECT_EQ(t.find("1__")->previousKey, "1_");
     EXPECT_EQ(t.numberingCounter, 1);
 }
 
 TEST(Renumbering, NodeAddedAfterSincrozOfFiveNodesGetsSix) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"ID", "Name"}));
-    sincroz(t);
+    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
+    renumberLayout(t);
     EXPECT_EQ(t.keyCounter, 5);
     LayoutNode* n = addNode(t, t.find("3__"), kKindElement, "element");
     EXPECT_EQ(n->key, "6_");
@@ -118,7 +118,7 @@ TEST(Renumbering, NodeAddedAfterSincrozOfFiveNodesGetsSix) {
 
 TEST(Sincroz, CarriesNodeTableRowsToTheNewNumbers) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"ID", "Name"}));
+    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
     // Move the second data element above the first.
     LayoutNode* row = t.find("3_");
     std::swap(row->children[0], row->children[1]);
@@ -127,7 +127,7 @@ TEST(Sincroz, CarriesNodeTableRowsToTheNewNumbers) {
     LayoutNode* gone = addNode(t, row, kKindElement, "gone");
     t.remove(gone);
     addNode(t, t.find("4_"), kKindAttribute, "unit", "pcs");  // under ID
-    sincroz(t);
+    renumberLayout(t);
     EXPECT_EQ(t.find("4__")->text, "<Name>");
     EXPECT_EQ(t.table().cell(4, 1), "Name");
     EXPECT_EQ(t.table().cell(4, 3), "1");
@@ -142,15 +142,15 @@ TEST(Sincroz, CarriesNodeTableRowsToTheNewNumbers) {
 
 TEST(Clenzr, TwoRunsInARowGiveTheSameKeysAndTables) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"a", "b", "c"}));
+    buildDefaultLayout(t, sheetWithHeader({"a", "b", "c"}));
     LayoutNode* rec = t.find("3_");
     addNode(t, rec, kKindDataAttribute, "id", "", 2);
     addNode(t, t.find("4_"), kKindElement, "inner", "x");
     WorkingTable w1, w2;
-    clenzr(t, w1);
+    tidyLayout(t, w1);
     auto keys1 = keysInPreorder(t);
     NodeTable table1 = t.table();
-    clenzr(t, w2);
+    tidyLayout(t, w2);
     EXPECT_EQ(keysInPreorder(t), keys1);
     EXPECT_EQ(t.table(), table1);
     ASSERT_EQ(w1.rows(), w2.rows());
@@ -160,9 +160,9 @@ TEST(Clenzr, TwoRunsInARowGiveTheSameKeysAndTables) {
 
 TEST(Clenzr, FillsTheWorkingTableAndEndTags) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"ID", "Name"}));
+    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
     WorkingTable w;
-    clenzr(t, w);
+    tidyLayout(t, w);
     EXPECT_EQ(w.rows(), 6);
     EXPECT_EQ(w.cell(2, 1), "document");
     EXPECT_EQ(w.cell(3, 1), "row");
@@ -180,11 +180,11 @@ TEST(Clenzr, FillsTheWorkingTableAndEndTags) {
 
 TEST(Clenzr, AttributeThatIsTheLastDescendantHandsItsEndTagsToItsElement) {
     LayoutTree t;
-    initree(t, sheetWithHeader({"ID"}));
+    buildDefaultLayout(t, sheetWithHeader({"ID"}));
     LayoutNode* id = t.find("4_");
     addNode(t, id, kKindAttribute, "unit", "kg");
     WorkingTable w;
-    clenzr(t, w);
+    tidyLayout(t, w);
     // Node 5 is the attribute under ID, the deepest last descendant of ID and row.
     EXPECT_EQ(w.cell(5, 4), "</ID></row>");
     EXPECT_EQ(w.cell(4, 4), "</ID></row>");

@@ -64,14 +64,14 @@ TEST(CsvExport, FileIsUtf8WithTheWritesOwnLineEnd) {
                             "e"},
                            {"\xE2\x82\xAC"}});
     std::string path = (dir / "out.txt").string();
-    ASSERT_TRUE(cndsaveexptxt(path, csvExportText(s)));
+    ASSERT_TRUE(saveExportText(path, csvExportText(s)));
     std::ifstream in(path, std::ios::binary);
     std::ostringstream got;
     got << in.rdbuf();
     EXPECT_EQ(got.str(),
               "\"Stra\xC3\x9F"
               "e\"\r\n\"\xE2\x82\xAC\",\r\n\r\n");
-    EXPECT_FALSE(cndsaveexptxt((dir / "no" / "out.txt").string(), "x"));
+    EXPECT_FALSE(saveExportText((dir / "no" / "out.txt").string(), "x"));
     fs::remove_all(dir);
 }
 

@@ -135,8 +135,8 @@ TEST(DataSheet, PositionText) {
     DataSheet s = numbered(8, 4);
     s.setRow(7);
     s.setCol(3);
-    EXPECT_EQ(curntrowcol(s), "Current Row:7 Column:3");
-    EXPECT_EQ(colwdTwips(1000), 1320);
+    EXPECT_EQ(positionText(s), "Current Row:7 Column:3");
+    EXPECT_EQ(columnWidthTwips(1000), 1320);
 }
 
 TEST(MouseSelection, RemembersTheSweptRowsInOrder) {
@@ -144,20 +144,20 @@ TEST(MouseSelection, RemembersTheSweptRowsInOrder) {
     MouseSelection m;
     s.setRow(7);
     s.setCol(2);
-    m.gridmusdown(s);
-    EXPECT_EQ(m.clkrow, "7");
-    EXPECT_EQ(m.clkcol, "2");
+    m.buttonPressed(s);
+    EXPECT_EQ(m.pressRow, "7");
+    EXPECT_EQ(m.pressCol, "2");
     s.setRowSel(3);  // dragged upwards
     s.setColSel(0);
-    m.gridmusup(s);
-    EXPECT_EQ(m.exrow, "3");
-    EXPECT_EQ(m.excol, "0");
-    EXPECT_EQ(m.mdown, "3");
-    EXPECT_EQ(m.mup, "7");
+    m.buttonReleased(s);
+    EXPECT_EQ(m.releaseRow, "3");
+    EXPECT_EQ(m.releaseCol, "0");
+    EXPECT_EQ(m.sweepTop, "3");
+    EXPECT_EQ(m.sweepBottom, "7");
     MouseSelection fresh;  // an empty mdown counts as 1
     s.setRow(4);
-    fresh.gridmusup(s);
-    EXPECT_EQ(fresh.mdown, "");
-    EXPECT_EQ(fresh.mdownNumber(), 1);
-    EXPECT_EQ(fresh.mup, "4");
+    fresh.buttonReleased(s);
+    EXPECT_EQ(fresh.sweepTop, "");
+    EXPECT_EQ(fresh.sweepTopNumber(), 1);
+    EXPECT_EQ(fresh.sweepBottom, "4");
 }

@@ -22,9 +22,13 @@ int cp1252Code(char32_t c);
 std::size_t decodeUtf8(std::string_view s, std::size_t pos, char32_t& out);
 void appendUtf8(std::string& out, char32_t c);
 
-// UTF-8 text to code page 1252 bytes, "?" for every character the code page lacks.
+// The one encoder: appends the code page 1252 bytes of UTF-8 text to out, "?"
+// for every character the code page lacks. Runs of ASCII are copied whole.
+void appendCp1252(std::string& out, std::string_view utf8);
+// The same, returned.
 std::string utf8ToCp1252(std::string_view utf8);
-// Code page 1252 bytes to UTF-8.
+// The one decoder: code page 1252 bytes to UTF-8, every byte converted once
+// (the symbol conversion, symbrep).
 std::string cp1252ToUtf8(std::string_view bytes);
 
 }  // namespace rq

@@ -40,11 +40,9 @@ void applyRootAttributes(LayoutTree& tree, const std::vector<RootAttribute>& row
 // The three rows that bind a document to an XML Schema.
 std::vector<RootAttribute> schemaRows(const std::string& ns, const std::string& schemaFile);
 // True when no row other than skipRow (0-based) has this name (exact comparison).
+// Attribute names are cleaned by the tag-name rule (cleanTagName).
 bool isUniqueAttributeName(const std::vector<RootAttribute>& rows, const std::string& name,
                            int skipRow = -1);
-// The attribute-name rule: blanks become "_", the first character is repaired,
-// and the characters the element-name rule removes are removed.
-std::string attributeNameRule(const std::string& typed);
 
 // The namespace proposed by the schema dialog's input box.
 inline constexpr const char* kPlaceholderNamespace = "http://www.example.com/namespace";

@@ -1,6 +1,4 @@
-#include "generate/prolog.h"
-
-#include "layout/namerules.h"
+#include "layout/prolog.h"
 
 namespace rq {
 
@@ -65,10 +63,6 @@ bool isUniqueAttributeName(const std::vector<RootAttribute>& rows, const std::st
     for (std::size_t i = 0; i < rows.size(); ++i)
         if (static_cast<int>(i) != skipRow && rows[i].name == name) return false;
     return true;
-}
-
-std::string attributeNameRule(const std::string& typed) {
-    return elemntnamchnge(typed);
 }
 
 }  // namespace rq

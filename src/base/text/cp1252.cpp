@@ -1,4 +1,7 @@
-#include "generate/cp1252.h"
+#include "base/text/cp1252.h"
+
+#include <cstdint>
+#include <cstring>
 
 namespace rq {
 
@@ -71,21 +74,33 @@ void appendUtf8(std::string& out, char32_t c) {
     }
 }
 
-std::string utf8ToCp1252(std::string_view s) {
-    std::string out;
-    out.reserve(s.size());
-    for (std::size_t i = 0; i < s.size();) {
-        auto b = static_cast<unsigned char>(s[i]);
-        if (b < 0x80) {
-            out += static_cast<char>(b);
-            ++i;
-            continue;
+void appendCp1252(std::string& out, std::string_view utf8) {
+    out.reserve(out.size() + utf8.size());
+    const char* s = utf8.data();
+    const std::size_t n = utf8.size();
+    std::size_t i = 0;
+    while (i < n) {
+        std::size_t start = i;
+        // Whole words of ASCII first, then single bytes.
+        while (i + 8 <= n) {
+            std::uint64_t w;
+            std::memcpy(&w, s + i, 8);
+            if (w & 0x8080808080808080ULL) break;
+            i += 8;
         }
+        while (i < n && !(static_cast<unsigned char>(s[i]) & 0x80)) ++i;
+        out.append(s + start, i - start);
+        if (i >= n) break;
         char32_t c;
-        i += decodeUtf8(s, i, c);
+        i += decodeUtf8(utf8, i, c);
         int code = unicodeToCp1252(c);
         out += code < 0 ? '?' : static_cast<char>(code);
     }
+}
+
+std::string utf8ToCp1252(std::string_view utf8) {
+    std::string out;
+    appendCp1252(out, utf8);
     return out;
 }
 

@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "base/io/atomicfile.h"
+#include "base/io/folders.h"
+
+using namespace rq;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct TempDir {
+    TempDir() {
+        std::string templ = (fs::temp_directory_path() / "rqioXXXXXX").string();
+        path = ::mkdtemp(templ.data());
+    }
+    ~TempDir() { fs::remove_all(path); }
+    std::string operator/(const std::string& s) const { return (path / s).string(); }
+    fs::path path;
+};
+
+std::string slurp(const std::string& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+std::vector<std::string> listing(const fs::path& dir) {
+    std::vector<std::string> names;
+    for (auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace
+
+TEST(AtomicFile, FailureOrAbortLeavesNothingUnderTheName) {
+    TempDir dir;
+    std::string error;
+    EXPECT_FALSE(writeFileAtomically(dir / "missing/x.xml", "abc", &error));
+    EXPECT_NE(error.find("No such file or directory"), std::string::npos) << error;
+    fs::create_directory(dir / "taken");
+    EXPECT_FALSE(writeFileAtomically(dir / "taken", "abc"));
+    EXPECT_TRUE(fs::is_directory(dir / "taken"));
+    AtomicFile f;
+    ASSERT_TRUE(f.open(dir / "half.xml"));
+    ASSERT_TRUE(f.write("partial"));
+    f.abort();
+    EXPECT_EQ(listing(dir.path), std::vector<std::string>{"taken"});
+}
+
+TEST(AtomicFile, FollowsLinksAndKeepsTheModeOfAReplacedFile) {
+    TempDir dir;
+    std::ofstream(dir / "real.xml") << "old";
+    fs::permissions(dir / "real.xml",
+                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    fs::create_symlink("real.xml", dir / "link.xml");
+    ASSERT_TRUE(writeFileAtomically(dir / "link.xml", "new"));
+    EXPECT_TRUE(fs::is_symlink(dir / "link.xml"));
+    EXPECT_EQ(slurp(dir / "real.xml"), "new");
+    struct stat st {};
+    ASSERT_EQ(::stat((dir / "real.xml").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
+    EXPECT_EQ(listing(dir.path), (std::vector<std::string>{"link.xml", "real.xml"}));
+}
+
+TEST(AtomicFile, WritesStraightIntoWhatIsNotARegularFile) {
+    TempDir dir;
+    const std::string fifo = dir / "pipe";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = slurp(fifo); });
+    std::string error;
+    EXPECT_TRUE(writeFileAtomically(fifo, "through the pipe", &error)) << error;
+    reader.join();
+    EXPECT_EQ(received, "through the pipe");
+    EXPECT_EQ(listing(dir.path), std::vector<std::string>{"pipe"});
+}
+
+TEST(AtomicFile, AnInterruptedWriteLeavesNoTemporaryFile) {
+    for (int sig : {SIGTERM, SIGINT}) {
+        TempDir dir;
+        pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            AtomicFile f;
+            if (!f.open(dir / "out.xml") || !f.write(std::string(1 << 20, 'x'))) ::_exit(3);
+            ::raise(sig);
+            ::_exit(4);  // not reached: the signal ends the process
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status)) << status;
+        EXPECT_EQ(WTERMSIG(status), sig);
+        EXPECT_TRUE(listing(dir.path).empty());
+    }
+}
+
+TEST(WorkingFolder, PrivateFreshAndRemoved) {
+    std::string error;
+    const std::string a = makeWorkingFolder("rqtest", &error);
+    const std::string b = makeWorkingFolder("rqtest", &error);
+    ASSERT_FALSE(a.empty()) << error;
+    EXPECT_NE(a, b);
+    EXPECT_EQ(a.back(), '/');
+    EXPECT_EQ(fs::path(a.substr(0, a.size() - 1)).filename().string().rfind("rqtest", 0), 0u);
+    struct stat st {};
+    ASSERT_EQ(::stat(a.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700u);
+    std::ofstream(a + "inside.txt") << "x";
+    removeWorkingFolder(a);
+    removeWorkingFolder(b);
+    EXPECT_FALSE(fs::exists(a));
+    EXPECT_FALSE(fs::exists(b));
+    // An empty name never turns into the file-system root.
+    removeFolder("");
+    removeFolder("/");
+    EXPECT_TRUE(fs::exists("/tmp"));
+}
+
+TEST(WorkingFolder, RemovedWhenTheProcessIsTerminated) {
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        std::string path = makeWorkingFolder("rqterm");
+        std::ofstream(path + "Split.xml") << "x";
+        (void)!::write(fds[1], path.data(), path.size());
+        ::close(fds[1]);
+        ::raise(SIGTERM);
+        ::_exit(4);
+    }
+    ::close(fds[1]);
+    char buffer[4096];
+    ssize_t n = ::read(fds[0], buffer, sizeof buffer);
+    ::close(fds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_GT(n, 0);
+    EXPECT_FALSE(fs::exists(std::string(buffer, static_cast<std::size_t>(n))));
+}
+
+TEST(AtomicFolder, AppearsWhenCompleteAndOnlyOnce) {
+    TempDir dir;
+    AtomicFolder first, second;
+    ASSERT_TRUE(first.open(dir / "out"));
+    ASSERT_TRUE(second.open(dir / "out"));
+    std::ofstream(first.path() + "a.xml") << "A";
+    std::ofstream(second.path() + "b.xml") << "B";
+    EXPECT_FALSE(fs::exists(dir / "out"));  // nothing under the final name yet
+    ASSERT_TRUE(first.commit()) << first.error();
+    EXPECT_FALSE(second.commit());  // the folder is no longer absent or empty
+    EXPECT_EQ(listing(dir.path), std::vector<std::string>{"out"});
+    EXPECT_EQ(listing(dir.path / "out"), std::vector<std::string>{"a.xml"});
+
+    // Into an existing empty folder; refused for a non-empty one.
+    fs::create_directory(dir / "empty");
+    AtomicFolder third;
+    ASSERT_TRUE(third.open(dir / "empty"));
+    std::ofstream(third.path() + "c.xml") << "C";
+    EXPECT_TRUE(third.commit()) << third.error();
+    EXPECT_EQ(slurp(dir / "empty/c.xml"), "C");
+    AtomicFolder fourth;
+    EXPECT_FALSE(fourth.open(dir / "out"));
+}
+
+TEST(AtomicFolder, AbandonedRunLeavesNothing) {
+    TempDir dir;
+    {
+        AtomicFolder f;
+        ASSERT_TRUE(f.open(dir / "out"));
+        std::ofstream(f.path() + "a.xml") << "A";
+    }
+    EXPECT_TRUE(listing(dir.path).empty());
+}
