@@ -68,8 +68,10 @@ int progressCallback(void* self) {
 }
 
 bool isSchemaTable(const char* name) {
-    return name &&
-           (std::strcmp(name, "sqlite_master") == 0 || std::strcmp(name, "sqlite_schema") == 0);
+    for (const char* schema :
+         {"sqlite_master", "sqlite_schema", "sqlite_temp_master", "sqlite_temp_schema"})
+        if (name && std::strcmp(name, schema) == 0) return true;
+    return false;
 }
 
 // After one statement only blanks, semicolons and comments may follow.
@@ -159,7 +161,15 @@ int GuardedConnection::authorize(int action, const char* a1, const char* a2, con
         default:
             break;
     }
-    if (denied_.empty()) denied_ = actionName(action, a1, a2);
+    // Writes to the schema table come with the statement's own action, which
+    // says more.
+    const bool schemaWrite =
+        (action == SQLITE_INSERT || action == SQLITE_UPDATE || action == SQLITE_DELETE) &&
+        isSchemaTable(a1);
+    if (denied_.empty() || (deniedSchemaWrite_ && !schemaWrite)) {
+        denied_ = schemaWrite ? "a change to the schema" : actionName(action, a1, a2);
+        deniedSchemaWrite_ = schemaWrite;
+    }
     return SQLITE_DENY;
 }
 
@@ -168,6 +178,7 @@ Statement GuardedConnection::prepareOne(const std::string& sql) {
         throw DatabaseError("The statement is longer than allowed (" +
                             std::to_string(limits_.sqlBytes) + " characters).");
     denied_.clear();
+    deniedSchemaWrite_ = false;
     sqlite3_stmt* raw = nullptr;
     const char* tail = nullptr;
     int rc = sqlite3_prepare_v2(db_, sql.c_str(), static_cast<int>(sql.size()), &raw, &tail);
@@ -212,6 +223,9 @@ void GuardedConnection::checkCancelled() const {
 }
 
 void GuardedConnection::fail(int rc) const {
+    // A refusal may reach the caller as another code (a table-valued function
+    // whose own statement was refused, a function that may not be called).
+    if (!denied_.empty()) rc = SQLITE_AUTH;
     switch (rc & 0xFF) {
         case SQLITE_NOMEM:
             throw DatabaseError("The statement needs more memory than allowed (" +

@@ -75,7 +75,8 @@ class GuardedConnection {
     std::int64_t previousHeapLimit_ = 0;
     std::string viewBeingCreated_;  // empty: nothing but reading is allowed
     bool declaring_ = false;
-    std::string denied_;  // what the authorizer refused last
+    std::string denied_;  // what the authorizer refused, for the message
+    bool deniedSchemaWrite_ = false;
 };
 
 }  // namespace rq::sql

@@ -93,6 +93,7 @@ class Session {
 };
 
 void Session::loadTable(const std::string& name) {
+    conn_.checkCancelled();
     StoreSink sink(sink_, conn_);
     src_.read(name, sink);
     if (!sink.store) sink.store = std::make_unique<sql::TableStore>(std::vector<Field>());
@@ -105,7 +106,12 @@ void Session::loadTable(const std::string& name) {
 void Session::makeView(const std::string& name, const std::string& stored, int depth) {
     std::string key = sql::lowerName(name);
     inProgress_.insert(key);
-    sql::Translation t = sql::translateStatement(stored);
+    sql::Translation t;
+    try {
+        t = sql::translateStatement(stored);
+    } catch (const DatabaseError& e) {
+        throw DatabaseError("The stored query '" + name + "' cannot be used: " + e.what());
+    }
     need(t.names, depth + 1);
     inProgress_.erase(key);
     conn_.createView(name, t.sql);
@@ -133,6 +139,7 @@ void Session::need(const std::vector<std::string>& names, int depth) {
 }
 
 void Session::run(const std::string& sqlText) {
+    conn_.checkCancelled();
     sql::Statement st = conn_.prepareQuery(sqlText);
     sql::ResultWriter writer(st.get(), sink_, resultBudget(options_.limits, tableBytes_));
     int rc;
