@@ -2,71 +2,10 @@
 // Visual SQL wizard builds them and as users type them.
 #include <gtest/gtest.h>
 
-#include <map>
-
-#include "datasource/database.h"
-#include "datasource/sqlengine.h"
+#include "sql_test_support.h"
 
 namespace rq {
 namespace {
-
-struct MemTable {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-};
-
-class MemoryDatabase : public Database {
-  public:
-    std::vector<std::pair<std::string, MemTable>> tables;
-    std::map<std::string, std::string> queries;  // name -> SQL
-    int reads = 0;
-
-    std::string name() const override { return "memory"; }
-    std::vector<CatalogEntry> catalog() override {
-        std::vector<CatalogEntry> out;
-        for (auto& t : tables) out.push_back({t.first, 0});
-        for (auto& q : queries) out.push_back({q.first, 1});
-        return out;
-    }
-    std::vector<Field> fields(const std::string& t) override { return find(t).fields; }
-    void read(const std::string& t, RecordSink& sink) override {
-        ++reads;
-        if (queries.count(t)) {
-            runSqlOverDatabase(*this, queries[t], sink);
-            return;
-        }
-        const MemTable& m = find(t);
-        sink.begin(m.fields);
-        for (auto& r : m.rows) {
-            std::vector<std::string_view> v(r.begin(), r.end());
-            sink.row(v.data(), v.size());
-        }
-        sink.end();
-    }
-    std::string storedQuerySql(const std::string& n) override {
-        auto it = queries.find(n);
-        return it == queries.end() ? std::string() : it->second;
-    }
-
-  private:
-    const MemTable& find(const std::string& t) {
-        for (auto& x : tables)
-            if (x.first == t) return x.second;
-        throw DatabaseError("no table " + t);
-    }
-};
-
-struct Result : RecordSink {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
-    std::vector<std::string> column(std::size_t i) const {
-        std::vector<std::string> out;
-        for (auto& r : rows) out.push_back(r.at(i));
-        return out;
-    }
-};
 
 using Rows = std::vector<std::vector<std::string>>;
 using Col = std::vector<std::string>;

@@ -147,7 +147,13 @@ class AccessDatabase : public Database {
             if (sql.empty())
                 throw DatabaseError("The stored query '" + q->name + "' of '" + path_ +
                                     "' changes data and cannot be loaded.");
-            runSqlOverDatabase(*this, sql, sink);
+            try {
+                runSqlOverDatabase(*this, sql, sink);
+            } catch (const DatabaseError& e) {
+                throw DatabaseError("The stored query '" + q->name + "' of '" + path_ +
+                                        "' cannot be run: " + e.what(),
+                                    e.code());
+            }
             return;
         }
         throw DatabaseError("Cannot find the table or query '" + table + "' in '" + path_ + "'.");

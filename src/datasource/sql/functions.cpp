@@ -294,6 +294,10 @@ void fnInstr(sqlite3_context* ctx, int argc, sqlite3_value** a) {
 void fnLike(sqlite3_context* ctx, int, sqlite3_value** a) {
     // like(pattern, value): SQLite's argument order for "value LIKE pattern".
     if (isNull(a[0]) || isNull(a[1])) return sqlite3_result_null(ctx);
+    // Matching is quadratic at worst: patterns are bounded as SQLite bounds its own.
+    if (sqlite3_value_bytes(a[0]) >
+        sqlite3_limit(sqlite3_context_db_handle(ctx), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1))
+        return sqlite3_result_error(ctx, "LIKE or GLOB pattern too complex", -1);
     sqlite3_result_int(ctx, likeMatch(textArg(a[1]), textArg(a[0])) ? 1 : 0);
 }
 
