@@ -17,26 +17,6 @@ using rq::odbctest::Collected;
 
 namespace {
 
-// A fresh database on the test server; its connection string, or "" (test skipped).
-std::string freshDatabase(const std::string& name) {
-    std::string why;
-    std::string server = odbctest::postgresConnectionString(&why);
-    if (server.empty()) return {};
-    odbctest::execute(server, {"drop database if exists " + name, "create database " + name});
-    std::string cs = server;
-    cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
-    return cs;
-}
-
-#define PG_DATABASE(var, name)                    \
-    std::string var = freshDatabase(name);        \
-    if (var.empty()) {                            \
-        std::string why;                          \
-        odbctest::postgresConnectionString(&why); \
-        if (!why.empty()) GTEST_SKIP() << why;    \
-        FAIL() << "no test server";               \
-    }
-
 std::vector<std::string> namesOf(const std::vector<CatalogEntry>& entries) {
     std::vector<std::string> names;
     for (const auto& e : entries) {
