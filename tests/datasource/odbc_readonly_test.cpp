@@ -136,6 +136,11 @@ TEST(OdbcReadOnly, SqliteWritesAreRolledBack) {
     EXPECT_TRUE(contains(text, "rolled back")) << text;
     text = errorOf([&] { source->query("Select 1; Drop Table t", got); });
     EXPECT_TRUE(contains(text, "one statement")) << text;
+    std::string attached = odbctest::temporaryFolder() + "/attached.db";
+    text = errorOf([&] { source->query("Attach '" + attached + "' As x", got); });
+    EXPECT_FALSE(fs::exists(attached)) << text;
+    text = errorOf([&] { source->query("Select load_extension('/nonexistent/evil.so')", got); });
+    EXPECT_TRUE(contains(text, "loads a library")) << text;
     EXPECT_EQ(odbctest::scalar(cs, "select count(*) from sqlite_master where name = 'u'"), "1");
     EXPECT_EQ(odbctest::scalar(cs, "select count(*) from t"), "2");
 

@@ -141,3 +141,12 @@ TEST(OdbcText, SqliteDatabaseFiles) {
     }
     EXPECT_NO_THROW(checkSqliteDatabaseExists("/"));
 }
+
+TEST(OdbcText, SqliteStatementsThatReachOutsideTheDatabase) {
+    EXPECT_TRUE(usesSqliteOnlyToRead("Select * From t Where note = 'attach load_extension'"));
+    EXPECT_TRUE(usesSqliteOnlyToRead("Select attachment, reattach From attached"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("ATTACH '/tmp/new.db' AS x"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("/* c */ attach database '/tmp/new.db' as x"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("Select Load_Extension('/tmp/evil.so')"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("Select \"load_extension\"('/tmp/evil.so')"));
+}

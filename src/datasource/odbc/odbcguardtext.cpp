@@ -100,6 +100,38 @@ std::string quoteIdentifier(std::string_view name, std::string_view quote) {
     return out + close;
 }
 
+bool usesSqliteOnlyToRead(std::string_view statement) {
+    // Words outside string literals, compared without regard to case. Quoted
+    // names are words too: SQLite calls a function named "load_extension".
+    const std::size_t n = statement.size();
+    std::size_t i = 0;
+    while (i < n) {
+        const char c = statement[i];
+        if (c == '\'') {
+            std::size_t end = statement.find('\'', i + 1);
+            i = end == std::string_view::npos ? n : end + 1;
+            continue;
+        }
+        auto isWordChar = [](char ch) {
+            return std::isalnum(static_cast<unsigned char>(ch)) || ch == '_' || ch == '$' ||
+                   (static_cast<unsigned char>(ch) & 0x80);
+        };
+        if (!isWordChar(c)) {
+            ++i;
+            continue;
+        }
+        std::size_t end = i;
+        while (end < n && isWordChar(statement[end])) ++end;
+        std::string_view word = statement.substr(i, end - i);
+        // Loading a library runs its code; attaching a file creates it when missing.
+        if (containsIgnoringCase(word, "load_extension") ||
+            (word.size() == 6 && containsIgnoringCase(word, "attach")))
+            return false;
+        i = end;
+    }
+    return true;
+}
+
 void checkConnectionStringLength(std::string_view connectionString) {
     if (connectionString.size() > kMaxOdbcConnectionStringBytes)
         throw DatabaseError("The connection string is " + std::to_string(connectionString.size()) +

@@ -125,6 +125,7 @@ std::unique_ptr<OdbcSource> openOdbcSource(const std::string& connectionString,
         std::string completed;
         odbc::Connection connection(connectionString, loginTimeoutSeconds, &completed);
         source->connectionString_ = reconnectionString(connectionString, completed);
+        source->sqlite_ = usesSqliteDriver(source->connectionString_);
         source->quote_ = quoteOf(connection);
         source->catalog_ = listTablesAndViews(connection);
     } catch (const DatabaseError& e) {
@@ -166,6 +167,8 @@ void OdbcSource::query(const std::string& statementText, RecordSink& sink) {
 
 void OdbcSource::run(const std::string& sql, RecordSink& sink) {
     if (!holdsOneStatement(sql)) throw DatabaseError(kOneStatementMessage);
+    if (sqlite_ && !usesSqliteOnlyToRead(sql))
+        throw DatabaseError("The statement loads a library or attaches a file; it is not run.");
     checkBeforeConnecting(connectionString_);
     odbc::Connection connection(connectionString_, loginTimeout_);
     SQLUINTEGER extensions = connection.infoMask(SQL_GETDATA_EXTENSIONS);

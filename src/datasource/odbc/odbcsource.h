@@ -104,6 +104,7 @@ class OdbcSource : public Database {
     std::vector<CatalogEntry> catalog_;
     int loginTimeout_ = 5;
     int statementTimeout_ = kDefaultOdbcStatementTimeout;
+    bool sqlite_ = false;  // reached through one of the SQLite drivers
     OdbcFetchMode fetchMode_ = OdbcFetchMode::Automatic;
 };
 
@@ -156,6 +157,10 @@ std::string quoteIdentifier(std::string_view name, std::string_view quote);
 // Throws DatabaseError for a connection string the driver manager cannot take
 // whole: longer than kMaxOdbcConnectionStringBytes or holding a NUL.
 void checkConnectionStringLength(std::string_view connectionString);
+
+// False for statements that reach outside the database through the SQLite
+// drivers: calls of load_extension, and ATTACH (which creates a missing file).
+bool usesSqliteOnlyToRead(std::string_view statement);
 
 // Whether a driver (its name or its library) is one of the SQLite drivers,
 // which create a missing database file instead of failing.
