@@ -1,6 +1,7 @@
-// Loading a million rows of eight columns from a PostgreSQL server through its
-// ODBC driver into the data sheet. The server is a private one started for the
-// run (needs the postgresql and odbc-postgresql packages).
+// Loading 200,000 rows of eight columns from a PostgreSQL server through its
+// ODBC driver into the data sheet, beside the server's own client copying the
+// same table to /dev/null. The server is a private one started for the run
+// (needs the postgresql and odbc-postgresql packages).
 #include <benchmark/benchmark.h>
 #include <sql.h>
 #include <sqlext.h>
@@ -24,7 +25,7 @@ using namespace rq;
 
 namespace {
 
-constexpr int kRows = 1'000'000;
+constexpr int kRows = 200'000;
 
 std::string script() {
     return (fs::path(__FILE__).parent_path().parent_path() / "tests" / "datasource" /
@@ -65,11 +66,12 @@ void run(const std::string& cs, const char* sql) {
 // The server with the table "bench" filled once for the whole run.
 struct Server {
     std::string folder, connection;
+    int port = 0;
     Server() {
         char pattern[] = "/tmp/rowquill-bench-pg-XXXXXX";
         if (!mkdtemp(pattern)) return;
         folder = pattern;
-        int port = freePort();
+        port = freePort();
         std::string command = "'" + script() + "' start '" + folder + "' " + std::to_string(port);
         if (std::system(command.c_str()) != 0) return;
         std::string driver = "PostgreSQL Unicode";
@@ -78,10 +80,12 @@ struct Server {
         run(connection,
             "create table bench (id int4, name varchar(40), amount numeric(12,2), ratio float8, "
             "created timestamp, day date, flag boolean, note varchar(100))");
-        run(connection,
+        std::string fill =
             "insert into bench select i, 'name ' || i, i * 0.01, i / 7.0, "
             "timestamp '2024-01-01' + i * interval '1 second', date '2000-01-01' + i % 10000, "
-            "i % 2 = 0, repeat('n', i % 50) from generate_series(1, 1000000) i");
+            "i % 2 = 0, repeat('n', i % 50) from generate_series(1, " +
+            std::to_string(kRows) + ") i";
+        run(connection, fill.c_str());
         run(connection, "vacuum analyze bench");
         std::printf("server: %s\n", connection.c_str());
     }
@@ -127,6 +131,19 @@ void load(benchmark::State& state, OdbcFetchMode mode, const char* extra) {
     state.counters["peak_rss_MB"] = static_cast<double>(peakRssKiB()) / 1024.0;
 }
 
+// The server's own client copying the table as text to /dev/null: the floor.
+void BM_PsqlCopy(benchmark::State& state) {
+    if (server().connection.empty()) {
+        state.SkipWithError("the PostgreSQL test server did not start");
+        return;
+    }
+    std::string command = "psql -h 127.0.0.1 -p " + std::to_string(server().port) +
+                          " -U rowquill -d postgres -q -c '\\copy bench to /dev/null'";
+    for (auto _ : state)
+        if (std::system(command.c_str()) != 0) state.SkipWithError("psql failed");
+    state.SetItemsProcessed(state.iterations() * kRows);
+}
+
 // Whole result cached by the driver, then fetched in bound blocks.
 void BM_OdbcLoadBound(benchmark::State& state) {
     load(state, OdbcFetchMode::Bound, "");
@@ -144,8 +161,9 @@ void BM_OdbcLoadBoundDeclareFetch(benchmark::State& state) {
 
 // Peak memory is per process: run one benchmark per process for clean figures
 // (--benchmark_filter=BM_OdbcLoadBoundDeclareFetch).
+BENCHMARK(BM_PsqlCopy)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(BM_OdbcLoadBoundDeclareFetch)->Unit(benchmark::kMillisecond)->Iterations(3);
-BENCHMARK(BM_OdbcLoadBound)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_OdbcLoadBound)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(BM_OdbcLoadCellByCell)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 BENCHMARK_MAIN();

@@ -64,6 +64,8 @@ In place of SOURCE every command but sources takes
                                 never prompted for what it lacks. --table NAME
                                 reads "Select * from [NAME]"; in --sql
                                 statements names may be written in [brackets]
+  --timeout SECONDS             stop an ODBC statement that runs longer
+                                (default 60; 0 for no limit)
 
 Source options (file databases):
   --kind KIND                   the database kind, one of "Microsoft Access",
@@ -120,6 +122,7 @@ struct Options {
     std::vector<std::string> rootAttributes;
     int codepage = 0;
     int split = 0;
+    std::optional<int> timeout;  // seconds an ODBC statement may run
     bool convertSymbols = false;
 };
 
@@ -153,6 +156,9 @@ Options parseArguments(int argc, char** argv) {
             return o;
         } else if (a == "--odbc") {
             o.odbc = value();
+        } else if (a == "--timeout") {
+            std::string text = value();
+            o.timeout = text == "0" ? 0 : parsePositive(a, text);
         } else if (a == "--kind") {
             o.kind = value();
         } else if (a == "--password") {
@@ -211,6 +217,7 @@ Options parseArguments(int argc, char** argv) {
         if (positional.size() < 2) usage(o.command + " needs a SOURCE or --odbc CONNECTION");
         if (positional.size() > 2) usage("unexpected argument \"" + positional[2] + "\"");
         o.source = positional[1];
+        if (o.timeout) usage("--timeout belongs to --odbc");
     }
     if (!o.kind.empty() && !isKnownConnectString(o.kind)) usage("unknown kind \"" + o.kind + "\"");
     if (o.command == "tables") return o;
@@ -272,7 +279,9 @@ std::unique_ptr<Database> openSource(const Options& o) {
     if (o.odbc) {
         // The message already says "Error Opening DataSource: " and the driver's words.
         try {
-            return openOdbcSource(*o.odbc);
+            auto source = openOdbcSource(*o.odbc);
+            if (o.timeout) source->setStatementTimeout(*o.timeout);
+            return source;
         } catch (const DatabaseError& e) {
             failure(e.what());
         }

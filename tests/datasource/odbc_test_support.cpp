@@ -48,6 +48,38 @@ void execute(const std::string& connectionString, const std::vector<std::string>
     SQLFreeHandle(SQL_HANDLE_ENV, env);
 }
 
+std::string scalar(const std::string& connectionString, const std::string& statement) {
+    SQLHENV env = SQL_NULL_HENV;
+    SQLHDBC dbc = SQL_NULL_HDBC;
+    SQLHSTMT st = SQL_NULL_HSTMT;
+    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+    std::string cs = connectionString, text = statement, value;
+    if (SQL_SUCCEEDED(SQLDriverConnect(dbc, nullptr, reinterpret_cast<SQLCHAR*>(cs.data()),
+                                       static_cast<SQLSMALLINT>(cs.size()), nullptr, 0, nullptr,
+                                       SQL_DRIVER_NOPROMPT))) {
+        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+        char buffer[4096] = {};
+        SQLLEN indicator = 0;
+        if (SQL_SUCCEEDED(SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
+                                        static_cast<SQLINTEGER>(text.size()))) &&
+            SQL_SUCCEEDED(SQLFetch(st)) &&
+            SQL_SUCCEEDED(SQLGetData(st, 1, SQL_C_CHAR, buffer, sizeof buffer, &indicator)) &&
+            indicator != SQL_NULL_DATA)
+            value = buffer;
+        else
+            ADD_FAILURE() << "cannot read " << statement;
+        SQLFreeHandle(SQL_HANDLE_STMT, st);
+        SQLDisconnect(dbc);
+    } else {
+        ADD_FAILURE() << "cannot connect: " << connectionString;
+    }
+    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+    SQLFreeHandle(SQL_HANDLE_ENV, env);
+    return value;
+}
+
 std::string driverNamed(const std::string& text) {
     for (const auto& d : odbcDrivers()) {
         if (d.name.find(text) != std::string::npos) return d.name;
@@ -89,7 +121,13 @@ Folders& folders() {
 }
 
 std::string serverScript() {
-    return (fs::path(__FILE__).parent_path() / "odbc_pg_server.sh").string();
+    fs::path script = fs::path(__FILE__).parent_path() / "odbc_pg_server.sh";
+    std::error_code ec;
+    if (script.is_relative() && !fs::exists(script, ec)) {
+        // Compiled with a path relative to the build folder, which holds this program's folder.
+        script = fs::read_symlink("/proc/self/exe", ec).parent_path().parent_path() / script;
+    }
+    return script.string();
 }
 
 bool postgresInstalled() {
@@ -168,6 +206,15 @@ std::string temporaryFolder() {
 
 std::string postgresConnectionString(std::string* whyNot) {
     return server().start(whyNot);
+}
+
+std::string postgresDatabase(const std::string& name) {
+    std::string server = postgresConnectionString(nullptr);
+    if (server.empty()) return {};
+    execute(server, {"drop database if exists " + name, "create database " + name});
+    std::string cs = server;
+    cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
+    return cs;
 }
 
 }  // namespace rq::odbctest

@@ -38,6 +38,13 @@ std::string sqliteDriver();
 // stopped when the test program ends; "" with a reason when the packages are absent.
 std::string postgresConnectionString(std::string* whyNot);
 
+// A fresh database on the test server ("" when there is no server).
+std::string postgresDatabase(const std::string& name);
+
+// The first value of the first row of a statement, read on a fresh connection
+// without the code under test ("" for none or a null value).
+std::string scalar(const std::string& connectionString, const std::string& statement);
+
 // A loopback port where nothing listens.
 int unusedPort();
 
@@ -45,3 +52,14 @@ int unusedPort();
 std::string temporaryFolder();
 
 }  // namespace rq::odbctest
+
+// Declares var as the connection string of a fresh database on the test
+// server, skipping the test when PostgreSQL is not installed.
+#define PG_DATABASE(var, name)                              \
+    std::string var = rq::odbctest::postgresDatabase(name); \
+    if (var.empty()) {                                      \
+        std::string why;                                    \
+        rq::odbctest::postgresConnectionString(&why);       \
+        if (!why.empty()) GTEST_SKIP() << why;              \
+        FAIL() << "no test server";                         \
+    }

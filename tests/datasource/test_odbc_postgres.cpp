@@ -17,26 +17,6 @@ using rq::odbctest::Collected;
 
 namespace {
 
-// A fresh database on the test server; its connection string, or "" (test skipped).
-std::string freshDatabase(const std::string& name) {
-    std::string why;
-    std::string server = odbctest::postgresConnectionString(&why);
-    if (server.empty()) return {};
-    odbctest::execute(server, {"drop database if exists " + name, "create database " + name});
-    std::string cs = server;
-    cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
-    return cs;
-}
-
-#define PG_DATABASE(var, name)                    \
-    std::string var = freshDatabase(name);        \
-    if (var.empty()) {                            \
-        std::string why;                          \
-        odbctest::postgresConnectionString(&why); \
-        if (!why.empty()) GTEST_SKIP() << why;    \
-        FAIL() << "no test server";               \
-    }
-
 std::vector<std::string> namesOf(const std::vector<CatalogEntry>& entries) {
     std::vector<std::string> names;
     for (const auto& e : entries) {
@@ -262,4 +242,24 @@ TEST(OdbcPostgres, ServerThatIsDownGivesAClearErrorWithoutHanging) {
     close(fd);
     // Not a timing measurement: a hang would otherwise only show as the test run stalling.
     EXPECT_LT(waited, std::chrono::seconds(60));
+}
+
+TEST(OdbcPostgres, DatesReadAsTextAgreeWithDatesReadAsStructures) {
+    PG_DATABASE(cs, "rq_dates");
+    odbctest::execute(cs, {"create table t (id int, d date, ts timestamp, tz timestamptz)",
+                           "insert into t values (1, '2024-02-29', '2024-02-29 23:59:59.000001', "
+                           "'2024-02-29 23:59:59+02'), (2, '0044-03-15 BC', '0044-03-15 12:00 BC', "
+                           "null), (3, 'infinity', '-infinity', 'infinity'), "
+                           "(4, '9999-12-31', '1900-01-01 00:00:00', '1970-01-01 00:00:00+00')"});
+    auto source = openOdbcSource(cs);
+    Collected structures, texts;
+    source->setFetchMode(OdbcFetchMode::CellByCell);
+    source->query("Select * From t Order By id", structures);
+    source->setFetchMode(OdbcFetchMode::Bound);
+    source->query("Select * From t Order By id", texts);
+    ASSERT_EQ(structures.rows.size(), 4u);
+    EXPECT_EQ(texts.rows, structures.rows);
+    EXPECT_EQ(texts.rows[0][1], "2024-02-29");
+    EXPECT_EQ(texts.rows[0][2], "2024-02-29T23:59:59.000001");
+    EXPECT_EQ(texts.rows[3][2], "1900-01-01T00:00:00");
 }

@@ -62,3 +62,91 @@ TEST(OdbcText, CancellingIsAnOpeningError) {
     EXPECT_EQ(text.rfind("Error Opening DataSource: ", 0), 0u);
     EXPECT_GT(text.size(), std::string("Error Opening DataSource: ").size());
 }
+
+TEST(OdbcText, OneStatementUnderEveryReadingOfTheText) {
+    struct Case {
+        const char* sql;
+        bool one;
+    };
+    const Case cases[] = {
+        {"Select * From t", true},
+        {"Select * From t;", true},
+        {"Select * From t ; \r\n\t ", true},
+        {"Select ';' As a, \"b;c\", `d;e` From t", true},
+        {"Select 'it''s; fine' From t", true},
+        {"Select * From t; Delete From t Where id=2", false},
+        {"Select 1;;", false},
+        {"Select 1; -- a comment after the end", false},
+        // A backslash ends the literal for some servers and escapes the quote for others.
+        {"Select 'x\\'; Delete From t; Select ''", false},
+        {"Select E'x\\''; Delete From t; --'", false},
+        // A comment for one server is text for another ("--1" is minus minus one).
+        {"Select 1--1; Delete From t\n", false},
+        {"Select 1 /*! ; Delete From t */", false},
+        // Brackets are a quoted name for some servers only.
+        {"Select a[1] ; Delete From t", false},
+        {"Select [f;g] From t", false},
+        {"Select x [ ; Delete From t ; ]", false},
+    };
+    for (const auto& c : cases) EXPECT_EQ(holdsOneStatement(c.sql), c.one) << c.sql;
+}
+
+TEST(OdbcText, NamesCannotLeaveTheirQuotes) {
+    EXPECT_EQ(quoteIdentifier("Order Lines", "\""), "\"Order Lines\"");
+    EXPECT_EQ(quoteIdentifier("t]; Delete From t; Select * From [t", "\""),
+              "\"t]; Delete From t; Select * From [t\"");
+    EXPECT_EQ(quoteIdentifier("t\"; Delete From t; --", "\""), "\"t\"\"; Delete From t; --\"");
+    EXPECT_EQ(quoteIdentifier("a`b", "`"), "`a``b`");
+    // No quote of the driver's own, or brackets: "]" is doubled inside brackets.
+    EXPECT_EQ(quoteIdentifier("t]; Delete From t; Select * From [t", ""),
+              "[t]]; Delete From t; Select * From [t]");
+    EXPECT_EQ(quoteIdentifier("a]b", "["), "[a]]b]");
+    // Ordinary names read as the bracketed statement did.
+    EXPECT_EQ("Select * from " + quoteIdentifier("Order Lines", "\""),
+              translateBrackets("Select * from [Order Lines]", "\""));
+    // Whatever the name, the statement stays one statement.
+    EXPECT_TRUE(holdsOneStatement("Select * from " + quoteIdentifier("x\"; Drop Table t", "\"")));
+}
+
+TEST(OdbcText, ConnectionStringsTheDriverManagerCannotTakeWhole) {
+    EXPECT_NO_THROW(checkConnectionStringLength(std::string(32767, 'a')));
+    try {
+        checkConnectionStringLength("Driver=X;Pwd=" + std::string(70000, 'p'));
+        FAIL() << "a connection string over the limit was taken";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find("70013 bytes"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("32767"), std::string::npos) << e.what();
+    }
+    EXPECT_THROW(checkConnectionStringLength(std::string("DSN=a\0b", 7)), DatabaseError);
+}
+
+TEST(OdbcText, SqliteDatabaseFiles) {
+    EXPECT_TRUE(isSqliteDriver("SQLite3", ""));
+    EXPECT_TRUE(isSqliteDriver("My Driver", "Driver=/usr/lib/odbc/libsqlite3odbc.so"));
+    EXPECT_FALSE(isSqliteDriver("PostgreSQL Unicode", "Driver=psqlodbcw.so"));
+
+    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=/data/shop.db;"), "/data/shop.db");
+    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;DATABASE={/data/a;b.db}"), "/data/a;b.db");
+    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=file:/data/u.db?mode=ro"), "/data/u.db");
+    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=file://host/data/u.db"), "/data/u.db");
+    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=:memory:"), "");
+    EXPECT_EQ(sqliteDatabasePath("DSN=x"), "");
+
+    try {
+        checkSqliteDatabaseExists("/nonexistent-rowquill/none.db");
+        FAIL() << "a missing file was accepted";
+    } catch (const DatabaseError& e) {
+        EXPECT_EQ(std::string(e.what()),
+                  "The SQLite database /nonexistent-rowquill/none.db does not exist.");
+    }
+    EXPECT_NO_THROW(checkSqliteDatabaseExists("/"));
+}
+
+TEST(OdbcText, SqliteStatementsThatReachOutsideTheDatabase) {
+    EXPECT_TRUE(usesSqliteOnlyToRead("Select * From t Where note = 'attach load_extension'"));
+    EXPECT_TRUE(usesSqliteOnlyToRead("Select attachment, reattach From attached"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("ATTACH '/tmp/new.db' AS x"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("/* c */ attach database '/tmp/new.db' as x"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("Select Load_Extension('/tmp/evil.so')"));
+    EXPECT_FALSE(usesSqliteOnlyToRead("Select \"load_extension\"('/tmp/evil.so')"));
+}

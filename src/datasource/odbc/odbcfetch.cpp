@@ -241,6 +241,19 @@ bool formatDecimal(std::string_view s, std::string& out) {
     return true;
 }
 
+// Valid UTF-8, checking eight bytes at a time while they are plain ASCII.
+bool isUtf8(std::string_view text) {
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data() + i, sizeof word);
+        if (word & 0x8080808080808080ull) break;
+    }
+    for (; i < text.size(); ++i)
+        if (static_cast<unsigned char>(text[i]) & 0x80) return vt::isValidUtf8(text.substr(i));
+    return true;
+}
+
 // The text of one non-null value. data/length: the fetched bytes (characters
 // without their terminator). The result points into data or into scratch.
 std::string_view cellText(const Column& col, const char* data, std::size_t length,
@@ -289,7 +302,7 @@ std::string_view cellText(const Column& col, const char* data, std::size_t lengt
     if (col.kind == Kind::PaddedText) {
         while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     }
-    if (!vt::isValidUtf8(text)) {
+    if (!isUtf8(text)) {
         // A driver that hands out another encoding: read it as the Western code page.
         scratch = CodePage::get(1252).toUtf8(text);
         return scratch;

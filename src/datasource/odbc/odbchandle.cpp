@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "datasource/database.h"
+#include "datasource/odbc/odbcsource.h"
 
 namespace rq::odbc {
 
@@ -42,6 +43,18 @@ std::string diagnosticText(SQLSMALLINT handleType, SQLHANDLE handle) {
     return {};
 }
 
+std::string diagnosticState(SQLSMALLINT handleType, SQLHANDLE handle) {
+    if (handle == SQL_NULL_HANDLE) return {};
+    SQLCHAR state[8] = {};
+    SQLINTEGER nativeError = 0;
+    SQLCHAR message[8];
+    SQLSMALLINT length = 0;
+    SQLRETURN rc = SQLGetDiagRec(handleType, handle, 1, state, &nativeError, message,
+                                 static_cast<SQLSMALLINT>(sizeof message), &length);
+    if (!SQL_SUCCEEDED(rc)) return {};
+    return std::string(reinterpret_cast<const char*>(state));
+}
+
 Handle::Handle(SQLSMALLINT type, SQLHANDLE parent) : type_(type) {
     SQLRETURN rc = SQLAllocHandle(type, parent, &handle_);
     if (!SQL_SUCCEEDED(rc)) {
@@ -59,33 +72,59 @@ Handle::~Handle() {
 Connection::Connection(const std::string& connectionString, int loginTimeoutSeconds,
                        std::string* completed)
     : dbc_(SQL_HANDLE_DBC, environment()) {
+    checkConnectionStringLength(connectionString);
     if (loginTimeoutSeconds > 0) {
         SQLSetConnectAttr(
             dbc_.get(), SQL_ATTR_LOGIN_TIMEOUT,
             reinterpret_cast<SQLPOINTER>(static_cast<std::intptr_t>(loginTimeoutSeconds)), 0);
     }
-    // Generous room for the completed string: the call cannot be repeated.
-    std::vector<SQLCHAR> out(16384);
+    // Room for the longest completed string: the call cannot be repeated.
+    std::vector<SQLCHAR> out(kMaxOdbcConnectionStringBytes + 1);
     SQLSMALLINT outLength = 0;
     std::string in = connectionString;
-    SQLRETURN rc =
-        SQLDriverConnect(dbc_.get(), nullptr, reinterpret_cast<SQLCHAR*>(in.data()),
-                         static_cast<SQLSMALLINT>(in.size()), out.data(),
-                         static_cast<SQLSMALLINT>(out.size()), &outLength, SQL_DRIVER_NOPROMPT);
+    SQLRETURN rc = SQLDriverConnect(dbc_.get(), nullptr, reinterpret_cast<SQLCHAR*>(in.data()),
+                                    static_cast<SQLSMALLINT>(in.size()), out.data(),
+                                    static_cast<SQLSMALLINT>(kMaxOdbcConnectionStringBytes),
+                                    &outLength, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(rc)) {
         std::string text = dbc_.diagnostic();
         throw DatabaseError(text.empty() ? "The data source could not be connected." : text);
     }
     connected_ = true;
     if (completed) {
+        // A cut completed string would reconnect elsewhere: report none instead.
         std::size_t len = outLength < 0 ? 0 : static_cast<std::size_t>(outLength);
-        if (len >= out.size()) len = out.size() - 1;
+        if (len >= kMaxOdbcConnectionStringBytes) len = 0;
         completed->assign(reinterpret_cast<const char*>(out.data()), len);
     }
 }
 
 Connection::~Connection() {
-    if (connected_) SQLDisconnect(dbc_.get());
+    if (!connected_) return;
+    rollback();
+    SQLDisconnect(dbc_.get());
+}
+
+void Connection::beginReadOnly() {
+    SQLSetConnectAttr(dbc_.get(), SQL_ATTR_ACCESS_MODE,
+                      reinterpret_cast<SQLPOINTER>(static_cast<std::intptr_t>(SQL_MODE_READ_ONLY)),
+                      0);
+    if (infoText(SQL_DBMS_NAME) == "PostgreSQL") {
+        // Its driver accepts the access mode and ignores it; the session setting
+        // also stops what a rollback cannot undo (sequences, for one).
+        Statement statement(*this);
+        std::string sql = "SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY";
+        SQLExecDirect(statement.get(), reinterpret_cast<SQLCHAR*>(sql.data()),
+                      static_cast<SQLINTEGER>(sql.size()));
+    }
+    SQLRETURN rc = SQLSetConnectAttr(
+        dbc_.get(), SQL_ATTR_AUTOCOMMIT,
+        reinterpret_cast<SQLPOINTER>(static_cast<std::intptr_t>(SQL_AUTOCOMMIT_OFF)), 0);
+    transactional_ = SQL_SUCCEEDED(rc);
+}
+
+void Connection::rollback() {
+    if (transactional_) SQLEndTran(SQL_HANDLE_DBC, dbc_.get(), SQL_ROLLBACK);
 }
 
 std::string Connection::infoText(SQLUSMALLINT infoType) const {

@@ -13,6 +13,8 @@ SQLHENV environment();
 
 // The message of the first diagnostic record of a handle ("" when none).
 std::string diagnosticText(SQLSMALLINT handleType, SQLHANDLE handle);
+// The SQLSTATE of the first diagnostic record ("" when none).
+std::string diagnosticState(SQLSMALLINT handleType, SQLHANDLE handle);
 
 class Handle {
   public:
@@ -29,11 +31,14 @@ class Handle {
     SQLHANDLE handle_ = SQL_NULL_HANDLE;
 };
 
-// A connection that disconnects when it goes out of scope.
+// A connection that disconnects when it goes out of scope, rolling back first
+// what its statements did.
 class Connection {
   public:
-    // Connects without prompting; throws DatabaseError with the diagnostic text.
-    // completed receives the connection string the driver reports, when given.
+    // Connects without prompting; throws DatabaseError with the diagnostic text,
+    // or when the string is too long for the driver manager to take whole.
+    // completed receives the connection string the driver reports, when given
+    // ("" when it did not fit).
     Connection(const std::string& connectionString, int loginTimeoutSeconds,
                std::string* completed = nullptr);
     ~Connection();
@@ -45,9 +50,18 @@ class Connection {
     std::string infoText(SQLUSMALLINT infoType) const;
     SQLUINTEGER infoMask(SQLUSMALLINT infoType) const;
 
+    // Asks for read-only access (drivers that cannot honour it ignore it) and
+    // turns autocommit off, so that everything later statements do stays in a
+    // transaction that rollback() or the destructor undoes.
+    void beginReadOnly();
+    // True when autocommit is off, so that a rollback undoes the statements.
+    bool transactional() const { return transactional_; }
+    void rollback();
+
   private:
     Handle dbc_;
     bool connected_ = false;
+    bool transactional_ = false;
 };
 
 class Statement {
@@ -55,6 +69,7 @@ class Statement {
     explicit Statement(const Connection& connection) : stmt_(SQL_HANDLE_STMT, connection.get()) {}
     SQLHSTMT get() const { return stmt_.get(); }
     std::string diagnostic() const { return stmt_.diagnostic(); }
+    std::string state() const { return diagnosticState(SQL_HANDLE_STMT, stmt_.get()); }
     // Throws DatabaseError with the statement's diagnostic when rc is an error.
     void check(SQLRETURN rc, const char* what) const;
 

@@ -1,9 +1,12 @@
 #include "datasource/odbc/odbcsource.h"
 
+#include <algorithm>
+#include <cctype>
 #include <vector>
 
 #include "datasource/odbc/odbcfetch.h"
 #include "datasource/odbc/odbchandle.h"
+#include "datasource/odbc/odbctimelimit.h"
 
 namespace rq {
 
@@ -59,6 +62,53 @@ std::vector<CatalogEntry> listTablesAndViews(const odbc::Connection& connection)
     return tables;
 }
 
+bool sameIgnoringCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
+
+// Whether the connection string reaches one of the SQLite drivers, named
+// directly or through a data source name.
+bool usesSqliteDriver(const std::string& connectionString) {
+    std::string driver = connectionAttribute(connectionString, "DRIVER");
+    if (driver.empty()) {
+        std::string dsn = connectionAttribute(connectionString, "DSN");
+        if (dsn.empty()) return false;
+        for (const auto& source : odbcDataSources())
+            if (sameIgnoringCase(source.name, dsn)) {
+                driver = source.driver;
+                break;
+            }
+    }
+    if (driver.empty()) return false;
+    if (isSqliteDriver(driver, "")) return true;
+    for (const auto& installed : odbcDrivers()) {
+        if (!sameIgnoringCase(installed.name, driver)) continue;
+        for (const auto& attribute : installed.attributes)
+            if (attribute.rfind("Driver", 0) == 0 && isSqliteDriver("", attribute)) return true;
+    }
+    return false;
+}
+
+// Refuses what must not reach the driver manager: a string it would cut, and a
+// SQLite database file that does not exist (the driver would create it empty).
+void checkBeforeConnecting(const std::string& connectionString) {
+    checkConnectionStringLength(connectionString);
+    std::string path = sqliteDatabasePath(connectionString);
+    if (!path.empty() && usesSqliteDriver(connectionString)) checkSqliteDatabaseExists(path);
+}
+
+const char* const kOneStatementMessage =
+    "Only one statement can be run at a time: remove the \";\" and what follows it.";
+
+std::string noRecordsMessage(const odbc::Connection& connection) {
+    if (!connection.transactional()) return "The statement returned no records.";
+    return "The statement returned no records; it was rolled back, so nothing in the source "
+           "was changed.";
+}
+
 std::string quoteOf(const odbc::Connection& connection) {
     std::string quote = connection.infoText(SQL_IDENTIFIER_QUOTE_CHAR);
     return quote == " " ? std::string() : quote;
@@ -71,9 +121,11 @@ std::unique_ptr<OdbcSource> openOdbcSource(const std::string& connectionString,
     std::unique_ptr<OdbcSource> source(new OdbcSource());
     source->loginTimeout_ = loginTimeoutSeconds;
     try {
+        checkBeforeConnecting(connectionString);
         std::string completed;
         odbc::Connection connection(connectionString, loginTimeoutSeconds, &completed);
         source->connectionString_ = reconnectionString(connectionString, completed);
+        source->sqlite_ = usesSqliteDriver(source->connectionString_);
         source->quote_ = quoteOf(connection);
         source->catalog_ = listTablesAndViews(connection);
     } catch (const DatabaseError& e) {
@@ -87,34 +139,49 @@ std::string OdbcSource::driverStatement(const std::string& statement) const {
 }
 
 std::vector<Field> OdbcSource::fields(const std::string& table) {
+    std::string sql = "Select * from " + quoteIdentifier(table, quote_);
+    if (!holdsOneStatement(sql)) throw DatabaseError(kOneStatementMessage);
+    checkBeforeConnecting(connectionString_);
     odbc::Connection connection(connectionString_, loginTimeout_);
+    connection.beginReadOnly();
     odbc::Statement statement(connection);
-    std::string sql = driverStatement("Select * from [" + table + "]");
     SQLRETURN rc = SQLPrepare(statement.get(), reinterpret_cast<SQLCHAR*>(sql.data()),
                               static_cast<SQLINTEGER>(sql.size()));
     statement.check(rc, "prepare the statement");
     SQLSMALLINT count = 0;
     if (!SQL_SUCCEEDED(SQLNumResultCols(statement.get(), &count)) || count == 0) {
         // Drivers that describe a result only once it exists.
-        statement.check(SQLExecute(statement.get()), "run the statement");
+        statement.check(odbc::executeWithTimeLimit(statement, "", statementTimeout_),
+                        "run the statement");
     }
     return odbc::describeResult(statement);
 }
 
 void OdbcSource::read(const std::string& table, RecordSink& sink) {
-    query("Select * from [" + table + "]", sink);
+    run("Select * from " + quoteIdentifier(table, quote_), sink);
 }
 
 void OdbcSource::query(const std::string& statementText, RecordSink& sink) {
+    run(driverStatement(statementText), sink);
+}
+
+void OdbcSource::run(const std::string& sql, RecordSink& sink) {
+    if (!holdsOneStatement(sql)) throw DatabaseError(kOneStatementMessage);
+    if (sqlite_ && !usesSqliteOnlyToRead(sql))
+        throw DatabaseError("The statement loads a library or attaches a file; it is not run.");
+    checkBeforeConnecting(connectionString_);
     odbc::Connection connection(connectionString_, loginTimeout_);
     SQLUINTEGER extensions = connection.infoMask(SQL_GETDATA_EXTENSIONS);
+    connection.beginReadOnly();
     odbc::Statement statement(connection);
-    std::string sql = driverStatement(statementText);
-    SQLRETURN rc = SQLExecDirect(statement.get(), reinterpret_cast<SQLCHAR*>(sql.data()),
-                                 static_cast<SQLINTEGER>(sql.size()));
-    if (rc == SQL_NO_DATA) throw DatabaseError("The statement returned no records.");
+    SQLRETURN rc = odbc::executeWithTimeLimit(statement, sql, statementTimeout_);
     statement.check(rc, "run the statement");
+    SQLSMALLINT columns = 0;
+    if (rc == SQL_NO_DATA || !SQL_SUCCEEDED(SQLNumResultCols(statement.get(), &columns)) ||
+        columns <= 0)
+        throw DatabaseError(noRecordsMessage(connection));
     odbc::fetchResult(statement, sink, fetchMode_, extensions);
+    // The connection rolls back whatever the statement did as it closes.
 }
 
 std::vector<OdbcDataSourceEntry> odbcDataSources() {

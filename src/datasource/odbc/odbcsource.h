@@ -15,6 +15,12 @@ namespace rq {
 // The start of every message about a source that could not be opened.
 inline constexpr std::string_view kOdbcOpenErrorPrefix = "Error Opening DataSource: ";
 
+// The longest connection string the driver manager takes (its lengths are 16-bit).
+inline constexpr std::size_t kMaxOdbcConnectionStringBytes = 32767;
+
+// Seconds a statement may run before it is stopped, unless set otherwise.
+inline constexpr int kDefaultOdbcStatementTimeout = 60;
+
 // The message shown when the user cancels choosing a data source.
 std::string odbcCancelledMessage();
 
@@ -68,9 +74,12 @@ class OdbcSource : public Database {
     // each group in the driver's order.
     std::vector<CatalogEntry> catalog() override { return catalog_; }
     std::vector<Field> fields(const std::string& table) override;
-    // "Select * from [" + table + "]", the brackets turned into the driver's quoting.
+    // "Select * from " and the table's name in the driver's quoting.
     void read(const std::string& table, RecordSink& sink) override;
-    // The statement with its bracketed identifiers turned into the driver's quoting.
+    // The statement with its bracketed identifiers turned into the driver's
+    // quoting. Statements only read: a second statement is refused, and each
+    // runs in a transaction that is rolled back (read-only where the driver
+    // allows it), so whatever it changed is undone.
     void query(const std::string& statement, RecordSink& sink) override;
 
     // The driver's identifier quote character (empty when it has none).
@@ -80,15 +89,22 @@ class OdbcSource : public Database {
 
     void setFetchMode(OdbcFetchMode mode) { fetchMode_ = mode; }
     int loginTimeoutSeconds() const { return loginTimeout_; }
+    // Seconds a statement may run before it is stopped; 0 for no limit.
+    void setStatementTimeout(int seconds) { statementTimeout_ = seconds < 0 ? 0 : seconds; }
+    int statementTimeoutSeconds() const { return statementTimeout_; }
 
   private:
     friend std::unique_ptr<OdbcSource> openOdbcSource(const std::string&, int);
     OdbcSource() = default;
+    // Runs one statement in a rolled-back transaction under the time limit.
+    void run(const std::string& sql, RecordSink& sink);
 
     std::string connectionString_;
     std::string quote_;
     std::vector<CatalogEntry> catalog_;
     int loginTimeout_ = 5;
+    int statementTimeout_ = kDefaultOdbcStatementTimeout;
+    bool sqlite_ = false;  // reached through one of the SQLite drivers
     OdbcFetchMode fetchMode_ = OdbcFetchMode::Automatic;
 };
 
@@ -128,6 +144,31 @@ std::string connectionStringForDriver(const std::string& driver);
 // character inside the name. An unmatched "[" and everything after it stay as
 // they are. With an empty quote, a blank or "[" the statement is returned unchanged.
 std::string translateBrackets(std::string_view statement, std::string_view quote);
+
+// False when a ";" outside literals, quoted identifiers and comments is
+// followed by more than blanks. Dialects disagree on backslashes in literals,
+// comments and brackets; the statement must be one statement under each reading.
+bool holdsOneStatement(std::string_view statement);
+
+// The name between the quote characters, each quote inside it doubled. An
+// empty quote or "[" gives "[name]" with "]" doubled.
+std::string quoteIdentifier(std::string_view name, std::string_view quote);
+
+// Throws DatabaseError for a connection string the driver manager cannot take
+// whole: longer than kMaxOdbcConnectionStringBytes or holding a NUL.
+void checkConnectionStringLength(std::string_view connectionString);
+
+// False for statements that reach outside the database through the SQLite
+// drivers: calls of load_extension, and ATTACH (which creates a missing file).
+bool usesSqliteOnlyToRead(std::string_view statement);
+
+// Whether a driver (its name or its library) is one of the SQLite drivers,
+// which create a missing database file instead of failing.
+bool isSqliteDriver(std::string_view driverName, std::string_view driverLibrary);
+// The file the Database keyword names ("" for none or an in-memory database).
+std::string sqliteDatabasePath(std::string_view connectionString);
+// Throws DatabaseError "The SQLite database PATH does not exist." when it does not.
+void checkSqliteDatabaseExists(const std::string& path);
 
 // The value of a keyword of a connection string ("Driver", "DSN", ...), found
 // without regard to case; braces around the value are removed. Empty when absent.
