@@ -10,16 +10,19 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view all(reinterpret_cast<const char*>(data), size);
-    std::string_view table = all, blobs;
+    std::string_view tablePart = all, blobPart;
     if (std::size_t cut = all.find("BLOB"); cut != std::string_view::npos) {
-        table = all.substr(0, cut);
-        blobs = all.substr(cut + 4);
+        tablePart = all.substr(0, cut);
+        blobPart = all.substr(cut + 4);
     }
     try {
+        std::string table(tablePart), blobs(blobPart);
         rq::paradox::PxTable t = rq::paradox::parseParadox(table, "fuzz.db");
-        t.encryption = 0;  // reach the record decoding of scrambled tables too
+        // Scrambled tables are unscrambled without a password to reach their records.
+        rq::paradox::unscrambleParadox(t, table, blobs);
+        rq::paradox::PxBlobs blobFile{blobs, "fuzz.mb", blobs.empty()};
         rq::fuzz::NullSink sink;
-        rq::paradox::readParadox(t, table, blobs, "fuzz.mb", sink);
+        rq::paradox::readParadox(t, table, blobFile, sink);
     } catch (const rq::DatabaseError&) {
     }
     return 0;

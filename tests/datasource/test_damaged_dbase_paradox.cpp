@@ -28,10 +28,13 @@ bool hasExtension(const fs::path& p, const char* ext) {
     return e == ext;
 }
 
-// Loads every table of folder; counts loads and errors.
+// Loads every table of folder; counts loads and errors. Protected Paradox
+// samples all have the password "123", so that their unscrambling is damaged too.
 void loadEverything(bool paradox, const fs::path& folder, int& loads, int& errors) {
-    auto db =
-        paradox ? openParadoxFolder(folder.string(), {}) : openDbaseFolder(folder.string(), {});
+    OpenOptions options;
+    if (paradox) options.password = "123";
+    auto db = paradox ? openParadoxFolder(folder.string(), options)
+                      : openDbaseFolder(folder.string(), options);
     for (const auto& e : db->catalog()) {
         DataSheet sheet;
         try {

@@ -2,9 +2,12 @@
 // against small tables built here for what the samples lack.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 
+#include "datasource/paradox/pxscramble.h"
 #include "datasource/readers.h"
 #include "datasource/sheetloader.h"
 #include "sheet/datasheet.h"
@@ -23,15 +26,16 @@ const fs::path kFixtures = ROWQUILL_FIXTURES;
 struct Loaded {
     DataSheet sheet;
     std::vector<Field> fields;
+    std::vector<std::string> warnings;
     int records() const { return sheet.rows() - 1; }
     std::string at(int record, int col) const { return std::string(sheet.cell(record, col)); }
     std::string name(int col) const { return std::string(sheet.cell(0, col)); }
 };
 
-Loaded load(const std::string& sub, const std::string& table) {
-    auto db = openParadoxFolder((kFixtures / "paradox" / sub).string(), {});
+Loaded load(const std::string& sub, const std::string& table, const OpenOptions& options = {}) {
+    auto db = openParadoxFolder((kFixtures / "paradox" / sub).string(), options);
     Loaded l;
-    l.fields = loadTable(*db, table, l.sheet);
+    l.fields = loadTable(*db, table, l.sheet, &l.warnings);
     return l;
 }
 
@@ -142,20 +146,78 @@ TEST(ParadoxSamples, BlobsComeFromTheLeaderOrTheMbFile) {
 
     Loaded graphic = load("fields", "graphic240");
     EXPECT_EQ(graphic.at(1, 1).substr(0, 4), "Qk1u");  // "BMn": the bitmap itself
+    EXPECT_EQ(graphic.at(1, 1).size(), 26772u);        // all 20,078 bytes of it
     EXPECT_EQ(graphic.fields[1].type, kLongBinary);
+
+    // An OLE value loses the same 8-byte prefix (kind 0x02000001, length).
+    Loaded ole = load("fields", "ole");
+    EXPECT_EQ(ole.at(1, 1).substr(0, 16), "AQBQYXJhZG94IERv");  // "\1\0Paradox Do"
+    EXPECT_EQ(ole.at(1, 1).size(), 487896u);                    // 365,920 bytes
+    EXPECT_EQ(ole.fields[1].type, kLongBinary);
 }
 
-TEST(ParadoxSamples, ProtectedTablesGiveAClearError) {
+TEST(ParadoxSamples, ProtectedTablesOpenWithTheirPassword) {
     REQUIRE_PARADOX("encrypt");
-    auto db = openParadoxFolder((kFixtures / "paradox/encrypt").string(), {});
-    DataSheet sheet;
-    try {
-        loadTable(*db, "encrypted", sheet);
-        ADD_FAILURE() << "loaded";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("encrypted.db"), std::string::npos);
+    OpenOptions withPassword;
+    withPassword.password = "123";
+    Loaded plain = load("encrypt", "encrypted", withPassword);
+    ASSERT_EQ(plain.records(), 4);
+    EXPECT_EQ(plain.at(1, 0), "1");
+    EXPECT_EQ(plain.at(1, 1), "Value 1");
+    EXPECT_EQ(plain.at(4, 0), "4");
+    EXPECT_EQ(plain.at(4, 1), "Last one");
+
+    Loaded old = load("encrypt", "encrypted35", withPassword);
+    ASSERT_EQ(old.records(), 2);
+    EXPECT_EQ(old.at(1, 0), "1");
+    EXPECT_EQ(old.at(1, 1), "Test 1");
+    EXPECT_EQ(old.at(2, 0), "2");
+    EXPECT_EQ(old.at(2, 1), "Test2");
+
+    // The blob file is scrambled too; both memos live there.
+    Loaded memo = load("encrypt", "encryptedmemo", withPassword);
+    ASSERT_EQ(memo.records(), 2);
+    const std::string first = memo.at(1, 0);
+    EXPECT_EQ(first.size(), 55855u);
+    EXPECT_EQ(first.substr(0, 27), " The PARADOX File Structure");
+    EXPECT_EQ(first.substr(first.size() - 5), "End.\n");
+    EXPECT_EQ(memo.at(2, 0).size(), 494832u);
+    EXPECT_EQ(memo.at(2, 0).substr(0, 14), "(This is stale");
+}
+
+TEST(ParadoxSamples, ProtectedTablesRefuseAMissingOrWrongPassword) {
+    REQUIRE_PARADOX("encrypt");
+    for (const char* password : {"", "124", "1234", "12"}) {
+        OpenOptions options;
+        options.password = password;
+        auto db = openParadoxFolder((kFixtures / "paradox/encrypt").string(), options);
+        DataSheet sheet;
+        try {
+            loadTable(*db, "encrypted", sheet);
+            ADD_FAILURE() << "loaded with '" << password << "'";
+        } catch (const DatabaseError& e) {
+            EXPECT_EQ(e.code(), kErrPasswordRequired);
+            EXPECT_NE(std::string(e.what()).find("encrypted.db"), std::string::npos);
+        }
+        EXPECT_EQ(db->fields("encrypted35").size(), 2u);  // the header is not scrambled
     }
-    EXPECT_EQ(db->fields("encrypted35").size(), 2u);  // the header is not scrambled
+}
+
+TEST(ParadoxPassword, ChecksumMatchesTheFormat) {
+    // Checksums recorded by the format for these passwords.
+    const std::vector<std::pair<std::string, std::uint32_t>> known = {
+        {"123", 0x0A25E09Au},
+        {"a", 0x35FFEEABu},
+        {"Ab", 0x0C4670F7u},
+        {"test", 0x20E26198u},
+        {"Correct horse battery staple, 2024!", 0xA28C1829u},
+        {"\xE9t\xE9", 0xBA557C65u},
+    };
+    for (const auto& [password, checksum] : known)
+        EXPECT_EQ(paradox::passwordChecksum(password), checksum) << password;
+    std::string digits;
+    for (int i = 0; i < 10; ++i) digits += "0123456789";
+    EXPECT_EQ(paradox::passwordChecksum(digits), 0xCAF6E5D2u);
 }
 
 TEST(ParadoxBuilt, DamagedTablesGiveErrorsNamingTheFile) {
@@ -184,4 +246,146 @@ TEST(ParadoxBuilt, DamagedTablesGiveErrorsNamingTheFile) {
         EXPECT_EQ(sheet.cell(0, 0), "Element 1");
     }
     fs::remove_all(dir);
+}
+
+namespace {
+
+// A small version 3 table: the header with its field list and names, then
+// blocks of 1 KiB chained in order, each holding the given number of records
+// filled with the byte of their number.
+struct BuiltTable {
+    std::vector<std::pair<unsigned, unsigned>> fields;  // type, size
+    std::vector<int> recordsPerBlock;
+    std::uint32_t declared = 0;
+
+    std::string bytes() const {
+        unsigned recordSize = 0;
+        for (const auto& f : fields) recordSize += f.second;
+        std::string h(0x58, '\0');
+        auto put16 = [&](std::size_t at, unsigned v) {
+            h[at] = static_cast<char>(v & 0xFF);
+            h[at + 1] = static_cast<char>(v >> 8);
+        };
+        for (const auto& f : fields) {
+            h += static_cast<char>(f.first);
+            h += static_cast<char>(f.second);
+        }
+        h += std::string(4 + 4 * fields.size() + 79, '\0');
+        for (std::size_t i = 0; i < fields.size(); ++i) h += "F" + std::to_string(i + 1) + '\0';
+        put16(0, recordSize);
+        put16(2, static_cast<unsigned>(h.size()));
+        h[5] = 1;  // 1 KiB blocks
+        put16(6, declared);
+        put16(0x0C, static_cast<unsigned>(recordsPerBlock.size()));
+        put16(0x0E, recordsPerBlock.empty() ? 0 : 1);
+        put16(0x21, static_cast<unsigned>(fields.size()));
+        h[0x39] = 3;
+        for (std::size_t b = 0; b < recordsPerBlock.size(); ++b) {
+            std::string block(1024, '\0');
+            const unsigned next = b + 1 < recordsPerBlock.size() ? b + 2 : 0;
+            block[0] = static_cast<char>(next);
+            const int last = (recordsPerBlock[b] - 1) * static_cast<int>(recordSize);
+            block[4] = static_cast<char>(last & 0xFF);
+            block[5] = static_cast<char>((last >> 8) & 0xFF);
+            for (int r = 0; r < recordsPerBlock[b]; ++r)
+                std::fill_n(block.begin() + 6 + r * recordSize, recordSize,
+                            static_cast<char>(r + 1));
+            h += block;
+        }
+        return h;
+    }
+};
+
+struct ScratchFolder {
+    fs::path dir;
+    explicit ScratchFolder(const std::string& name) : dir(fs::temp_directory_path() / name) {
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+    }
+    ~ScratchFolder() { fs::remove_all(dir); }
+    void write(const std::string& file, const std::string& bytes) const {
+        std::ofstream(dir / file, std::ios::binary) << bytes;
+    }
+    Loaded load(const std::string& table) const {
+        auto db = openParadoxFolder(dir.string(), {});
+        Loaded l;
+        l.fields = loadTable(*db, table, l.sheet, &l.warnings);
+        return l;
+    }
+};
+
+void expectRefused(const ScratchFolder& folder, const std::string& table) {
+    try {
+        folder.load(table);
+        ADD_FAILURE() << table << " loaded";
+    } catch (const DatabaseError& e) {
+        EXPECT_NE(std::string(e.what()).find(table + ".db"), std::string::npos) << e.what();
+    }
+}
+
+}  // namespace
+
+TEST(ParadoxBuilt, HeadersAndFieldsThatPointPastTheFileAreRefused) {
+    ScratchFolder folder("rq_paradox_bounds");
+    // A later-version header cut at 103 bytes: its code page and password words
+    // would lie beyond the end.
+    std::string shortHeader(103, '\0');
+    shortHeader[0] = 4;
+    shortHeader[2] = 103;
+    shortHeader[5] = 1;
+    shortHeader[0x21] = 1;
+    shortHeader[0x39] = 12;
+    folder.write("short.db", shortHeader);
+    expectRefused(folder, "short");
+
+    // A Long Integer declared one byte wide, its record the last byte of the file.
+    BuiltTable narrow{{{0x04, 1}}, {1}, 1};
+    std::string bytes = narrow.bytes();
+    folder.write("narrow.db", bytes.substr(0, bytes.size() - 1024 + 7));
+    expectRefused(folder, "narrow");
+
+    // Every fixed-size type with a size it cannot have.
+    for (unsigned type : {0x02u, 0x03u, 0x05u, 0x06u, 0x09u, 0x14u, 0x15u, 0x16u}) {
+        BuiltTable wrong{{{0x01, 4}, {type, 3}}, {1}, 1};
+        folder.write("wrong.db", wrong.bytes());
+        expectRefused(folder, "wrong");
+    }
+    BuiltTable right{{{0x01, 4}, {0x04, 4}, {0x05, 8}}, {2}, 2};
+    folder.write("right.db", right.bytes());
+    EXPECT_EQ(folder.load("right").records(), 2);
+}
+
+TEST(ParadoxBuilt, ACutTableSaysHowManyRecordsItRead) {
+    ScratchFolder folder("rq_paradox_cut");
+    BuiltTable t{{{0x01, 10}}, {5, 4, 3}, 12};
+    const std::string whole = t.bytes();
+    folder.write("whole.db", whole);
+    Loaded all = folder.load("whole");
+    EXPECT_EQ(all.records(), 12);
+    EXPECT_TRUE(all.warnings.empty());
+
+    // Cut inside the third block, before its first record ends.
+    folder.write("cut.db", whole.substr(0, whole.size() - 1024 + 10));
+    Loaded cut = folder.load("cut");
+    EXPECT_EQ(cut.records(), 9);
+    ASSERT_EQ(cut.warnings.size(), 1u);
+    EXPECT_EQ(cut.warnings[0], (folder.dir / "cut.db").string() + ": 9 of 12 records read");
+}
+
+TEST(ParadoxSamples, AMissingBlobFileIsReported) {
+    REQUIRE_PARADOX("db");
+    ScratchFolder folder("rq_paradox_loss");
+    fs::copy_file(kFixtures / "paradox/db/CUSTOMER.DB", folder.dir / "CUSTOMER.DB");
+    Loaded customer = folder.load("CUSTOMER");
+    EXPECT_EQ(customer.records(), 20);
+    EXPECT_EQ(customer.at(1, 8), "Small comment (less 100 symbols)");  // kept in the record
+    EXPECT_EQ(customer.at(2, 8), "");                                  // kept in the .MB
+    ASSERT_EQ(customer.warnings.size(), 1u);
+    EXPECT_NE(customer.warnings[0].find((folder.dir / "CUSTOMER.MB").string()), std::string::npos)
+        << customer.warnings[0];
+
+    // No sample read whole gives a warning.
+    for (const auto& [sub, table] : std::vector<std::pair<std::string, std::string>>{
+             {"db", "CUSTOMER"}, {"db", "ORDERS"}, {"fields", "ole"}, {"mtdemo", "RENTAL"}})
+        EXPECT_TRUE(load(sub, table).warnings.empty()) << sub << "/" << table;
 }

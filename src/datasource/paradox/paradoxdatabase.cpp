@@ -11,7 +11,7 @@ namespace {
 class ParadoxDatabase : public FolderDatabase {
   public:
     ParadoxDatabase(std::string folder, const OpenOptions& options)
-        : FolderDatabase(std::move(folder), ".db", options) {}
+        : FolderDatabase(std::move(folder), ".db", options), password_(options.password) {}
 
     std::vector<Field> fields(const std::string& table) override {
         std::string path = folder_.tablePath(table);
@@ -24,14 +24,31 @@ class ParadoxDatabase : public FolderDatabase {
         std::string data = bytes::readWholeFile(path);
         paradox::PxTable t = paradox::parseParadox(data, path, codepage_);
         std::string blobs;
-        std::string blobPath;
+        paradox::PxBlobs blobFile;
         if (t.hasBlobs) {
-            // A missing blob file leaves the values kept there empty.
-            blobPath = folder_.companion(table, ".mb");
-            if (!blobPath.empty()) blobs = bytes::readWholeFile(blobPath);
+            blobFile.path = folder_.companion(table, ".mb");
+            if (blobFile.path.empty()) {
+                blobFile.missing = true;
+                blobFile.path = missingBlobName(path);
+            } else {
+                blobs = bytes::readWholeFile(blobFile.path);
+            }
         }
-        paradox::readParadox(t, data, blobs, blobPath, sink);
+        paradox::unlockParadox(t, data, blobs, password_);
+        blobFile.bytes = blobs;
+        paradox::readParadox(t, data, blobFile, sink);
     }
+
+  private:
+    // The blob file a table would have: its own name with the extension in the
+    // same letter case.
+    static std::string missingBlobName(const std::string& tablePath) {
+        const std::size_t dot = tablePath.rfind('.');
+        const bool upper = dot != std::string::npos && tablePath.compare(dot, 3, ".DB") == 0;
+        return tablePath.substr(0, dot) + (upper ? ".MB" : ".mb");
+    }
+
+    std::string password_;
 };
 
 }  // namespace

@@ -28,7 +28,10 @@ struct PxTable {
     std::uint32_t firstBlock = 0;
     int version = 0;  // the file-version byte: 3 = 3.0, 4 = 3.5, 5..9 = 4.x, 10..11 = 5.x, 12 = 7
     int codepage = 437;
-    std::uint32_t encryption = 0;  // 0: not scrambled
+    // A protected table's password checksum, whose low 16 bits are also the key
+    // of its scrambling; 0 when the table is not protected.
+    std::uint32_t encryption = 0;
+    bool scrambled = false;  // blocks still to be unscrambled (see unlockParadox)
     bool hasBlobs = false;
     std::vector<PxColumn> columns;
 };
@@ -39,10 +42,30 @@ PxTable parseParadox(std::string_view data, const std::string& path, int codepag
 
 std::vector<Field> fieldsOf(const PxTable& table);
 
-// Decodes every record and hands it to sink (fields first). blobs: the bytes of
-// the .mb file, empty when the table has none or it is missing (blob values
-// that live there are then empty). blobPath names it in messages.
-void readParadox(const PxTable& table, std::string_view data, std::string_view blobs,
-                 const std::string& blobPath, RecordSink& sink);
+// The blob file (.mb) of a table. path names it in messages (the name it
+// should have when it is missing); missing: values kept there are then empty,
+// with a warning.
+struct PxBlobs {
+    std::string_view bytes;
+    std::string path;
+    bool missing = false;
+};
+
+// Decodes every record and hands it to sink (fields first). Problems that do
+// not stop the read (fewer records than the header declares, a missing blob
+// file) go to sink.warning(). Throws DatabaseError for a table still scrambled.
+void readParadox(const PxTable& table, std::string_view data, const PxBlobs& blobs,
+                 RecordSink& sink);
+
+// Opens a protected table for reading: checks password against the checksum
+// its header records (DatabaseError kErrPasswordRequired naming the table when
+// it does not match), then unscrambles data and blobs in place. Does nothing
+// for a table that is not protected.
+void unlockParadox(PxTable& table, std::string& data, std::string& blobs,
+                   const std::string& password);
+
+// Unscrambles a protected table's blocks and blob file in place without
+// checking a password. A block cut short keeps only its whole 256-byte runs.
+void unscrambleParadox(PxTable& table, std::string& data, std::string& blobs);
 
 }  // namespace rq::paradox
