@@ -3,16 +3,22 @@
 namespace rq {
 
 void ReadWarnings::table(const std::string& text) {
-    sink_.warning(file_ + ": " + text);
+    out_(file_ + ": " + text);
 }
 
 void ReadWarnings::value(std::uint64_t record, std::string_view field, std::string_view raw,
                          const std::string& what) {
-    if (values_++ >= limit_) return;
+    if (values_ >= limit_) {
+        ++values_;
+        return;
+    }
     std::string text = "record " + std::to_string(record) + ", field " + std::string(field) + ": ";
     if (!raw.empty()) text += quotedForMessage(raw) + " ";
-    text += what;
-    table(text);
+    limited(text + what);
+}
+
+void ReadWarnings::limited(const std::string& text) {
+    if (values_++ < limit_) table(text);
 }
 
 void ReadWarnings::recordsShort(std::uint64_t read, std::uint64_t declared) {

@@ -5,8 +5,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "datasource/database.h"
 
@@ -17,7 +19,15 @@ class ReadWarnings {
     static constexpr std::size_t kValueLimit = 20;
 
     ReadWarnings(RecordSink& sink, std::string file, std::size_t valueLimit = kValueLimit)
-        : sink_(sink), file_(std::move(file)), limit_(valueLimit) {}
+        : out_([&sink](const std::string& w) { sink.warning(w); }),
+          file_(std::move(file)),
+          limit_(valueLimit) {}
+    // Keeps the warnings in list, for a reader that reads before it has a sink.
+    ReadWarnings(std::vector<std::string>& list, std::string file,
+                 std::size_t valueLimit = kValueLimit)
+        : out_([&list](const std::string& w) { list.push_back(w); }),
+          file_(std::move(file)),
+          limit_(valueLimit) {}
 
     // A warning about the table as a whole, always passed on.
     void table(const std::string& text);
@@ -25,6 +35,8 @@ class ReadWarnings {
     // stored text (or empty), quoted in the message; what says what it is not.
     void value(std::uint64_t record, std::string_view field, std::string_view raw,
                const std::string& what);
+    // Any other warning about a single value: counted with those of value().
+    void limited(const std::string& text);
     // "N of M records read", when fewer records were found than the file says.
     void recordsShort(std::uint64_t read, std::uint64_t declared);
     // The closing line for the value warnings held back.
@@ -33,7 +45,7 @@ class ReadWarnings {
     std::size_t valueCount() const { return values_; }
 
   private:
-    RecordSink& sink_;
+    std::function<void(const std::string&)> out_;
     std::string file_;
     std::size_t limit_;
     std::size_t values_ = 0;
