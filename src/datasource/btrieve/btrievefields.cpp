@@ -3,10 +3,10 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/text/cp1252.h"
 #include "datasource/codepage.h"
 #include "datasource/database.h"
 #include "datasource/valuetext.h"
-#include "generate/cp1252.h"
 
 namespace rq::btrieve {
 
