@@ -98,9 +98,19 @@ Convert options:
                                 attributes of a layout file)
   -o, --output PATH             the output file (or folder with --split)
 
+Convert and export options:
+  --allow-damaged               write what could be read from a damaged source
+                                (a file shorter than it says, a missing memo
+                                file, values that cannot be read); without it
+                                such a source is reported and nothing is written
+
   -h, --help                    show this help
 
-Exit status: 0 success, 1 usage error, 2 source or output error.
+Problems met while reading are written to standard error, one line each,
+starting "rowquill-cli: warning: ".
+
+Exit status: 0 success, 1 usage error, 2 source or output error (also a damaged
+source without --allow-damaged).
 )HELP";
 
 struct Failure {
@@ -124,6 +134,7 @@ struct Options {
     int split = 0;
     std::optional<int> timeout;  // seconds an ODBC statement may run
     bool convertSymbols = false;
+    bool allowDamaged = false;
 };
 
 int parsePositive(const std::string& option, const std::string& text) {
@@ -175,6 +186,8 @@ Options parseArguments(int argc, char** argv) {
             o.split = parsePositive(a, value());
         } else if (a == "--convert-symbols") {
             o.convertSymbols = true;
+        } else if (a == "--allow-damaged") {
+            o.allowDamaged = true;
         } else if (a == "--xslt") {
             o.xslt = value();
         } else if (a == "--css") {
@@ -228,6 +241,8 @@ Options parseArguments(int argc, char** argv) {
         if (!o.layout.empty() || o.split || o.convertSymbols)
             usage("--layout, --split and --convert-symbols belong to convert");
     }
+    if (o.command == "layout" && o.allowDamaged)
+        usage("--allow-damaged belongs to convert and export");
     return o;
 }
 
@@ -342,7 +357,24 @@ std::string findTable(Database& db, const std::string& typed) {
     return {};
 }
 
-DataSheet loadSheet(Database& db, const Options& o, ProgressLine& line) {
+std::string oneLine(std::string s) {
+    for (char& c : s)
+        if (c == '\n' || c == '\r') c = ' ';
+    return s;
+}
+
+// The warnings of a read on standard error, one line each. Without
+// --allow-damaged a source with warnings is a failure and nothing is written.
+void reportWarnings(const std::vector<std::string>& warnings, const Options& o) {
+    if (warnings.empty()) return;
+    for (const auto& w : warnings) std::cerr << "rowquill-cli: warning: " << oneLine(w) << '\n';
+    if (!o.allowDamaged)
+        failure(sourceLabel(o) +
+                " is damaged; nothing was written (--allow-damaged writes what could be read)");
+}
+
+DataSheet loadSheet(Database& db, const Options& o, ProgressLine& line,
+                    std::vector<std::string>& warnings) {
     DataSheet sheet;
     CountingSink sink(sheet, line);
     try {
@@ -362,6 +394,7 @@ DataSheet loadSheet(Database& db, const Options& o, ProgressLine& line) {
         failure(e.what());
     }
     line.clear();
+    warnings = sink.warnings();
     return sheet;
 }
 
@@ -506,8 +539,10 @@ int run(const Options& o) {
     if (o.command == "tables") return listTables(o);
     ProgressLine line;
     auto db = openSource(o);
-    DataSheet sheet = loadSheet(*db, o, line);
+    std::vector<std::string> warnings;
+    DataSheet sheet = loadSheet(*db, o, line, warnings);
     db.reset();
+    if (o.command != "layout") reportWarnings(warnings, o);
     if (o.command == "export") {
         ExportProgress progress;
         const int step = std::max(1, (sheet.rows() - 1) / 100);
@@ -541,12 +576,6 @@ int run(const Options& o) {
     else
         convertSingle(tree, sheet, o, line);
     return 0;
-}
-
-std::string oneLine(std::string s) {
-    for (char& c : s)
-        if (c == '\n' || c == '\r') c = ' ';
-    return s;
 }
 
 }  // namespace

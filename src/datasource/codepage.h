@@ -10,7 +10,8 @@ namespace rq {
 
 class CodePage {
   public:
-    // A code page by its Windows number (437, 850, 866, 1251, 1252, 936, 65001, ...).
+    // A code page by its Windows number (437, 850, 866, 1251, 1252, 936, 65001, ...),
+    // or 620 (Mazovia, Polish DOS) and 895 (Kamenicky, Czech DOS).
     // Unknown numbers fall back to 1252. Instances are shared and never freed.
     static const CodePage& get(int number);
     // True when the number names a code page this build can decode.

@@ -15,7 +15,9 @@ namespace rq::testing {
 struct TableSink : RecordSink {
     std::vector<Field> fields;
     std::vector<std::vector<std::string>> rows;
+    std::vector<std::string> warnings;
     void begin(const std::vector<Field>& f) override { fields = f; }
+    void warning(const std::string& text) override { warnings.push_back(text); }
     void row(const std::string_view* cells, std::size_t count) override {
         rows.emplace_back(cells, cells + count);
     }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include <unistd.h>
 
@@ -33,8 +34,10 @@ class Collect : public RecordSink {
         for (std::size_t i = 0; i < n; ++i) line += (i ? "|" : "") + std::string(cells[i]);
         rows.push_back(line);
     }
+    void warning(const std::string& text) override { warnings.push_back(text); }
     std::vector<Field> fields;
     std::vector<std::string> rows;
+    std::vector<std::string> warnings;
 };
 
 std::string joinNames(const std::vector<Field>& fields) {
@@ -151,10 +154,36 @@ TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
         EXPECT_EQ(joinNames(c.fields), e.fields);
         EXPECT_EQ(joinNames(db->fields(e.table)), e.fields);
         ASSERT_EQ(c.rows.size(), e.count);
+        EXPECT_TRUE(c.warnings.empty()) << c.warnings.front();
         if (e.count == 0) continue;
         EXPECT_EQ(c.rows.front(), e.first);
         EXPECT_EQ(c.rows.back(), e.last);
     }
+}
+
+TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
+    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    const fs::path dir =
+        fs::temp_directory_path() / ("rq_btrieve_cut_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    for (const char* name : {"FILE.DDF", "FIELD.DDF"}) fs::copy(doclife() / name, dir / name);
+    // The data file of "Договор" (46 records) without the second half of its pages.
+    std::ifstream in(doclife() / "F17.DAT", std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    std::ofstream(dir / "F17.DAT", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
+    OpenOptions o;
+    o.codepage = 866;
+    auto db = openFileDatabase("Btrieve;", (dir / "FILE.DDF").string(), o);
+    Collect c;
+    db->read("Договор", c);
+    fs::remove_all(dir);
+    ASSERT_GT(c.rows.size(), 0u);
+    ASSERT_LT(c.rows.size(), 46u);
+    EXPECT_EQ(c.rows.front(), kDoclife[13].first);
+    EXPECT_EQ(c.warnings,
+              (std::vector<std::string>{(dir / "F17.DAT").string() + ": " +
+                                        std::to_string(c.rows.size()) + " of 46 records read"}));
 }
 
 TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
@@ -219,6 +248,7 @@ class BtrieveBuiltDictionary : public ::testing::Test {
         };
         std::string r;
         auto put = [&](const char* name, int type, std::string bytes, int dec = 0) {
+            offsets_[name] = r.size();
             add(name, type, static_cast<int>(r.size()), static_cast<int>(bytes.size()), dec);
             r += bytes;
         };
@@ -256,6 +286,7 @@ class BtrieveBuiltDictionary : public ::testing::Test {
         add("note", bt::kNote, static_cast<int>(r.size()), 0);
         add("beyond", bt::kInteger, 4000, 2);
         recordLength_ = r.size();
+        record_ = r;
         write(dir_ / "Field.DDF", bt::writeDataFile5(1024, 32, false, fields));
         std::string second = r;
         second[0] = 'Z';
@@ -272,6 +303,8 @@ class BtrieveBuiltDictionary : public ::testing::Test {
     }
     fs::path dir_;
     std::size_t recordLength_ = 0;
+    std::string record_;
+    std::map<std::string, std::size_t> offsets_;
 };
 
 TEST_F(BtrieveBuiltDictionary, EveryFieldTypeBecomesItsText) {
@@ -289,6 +322,40 @@ TEST_F(BtrieveBuiltDictionary, EveryFieldTypeBecomesItsText) {
     // No variable part: the note is empty.
     EXPECT_EQ(c.rows[1].substr(0, 4), "Zbc|");
     EXPECT_EQ(c.rows[1].substr(c.rows[1].size() - 2), "||");
+}
+
+TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNamed) {
+    std::string r = record_;
+    auto set = [&](const char* field, const std::string& bytes) {
+        r.replace(offsets_.at(field), bytes.size(), bytes);
+    };
+    set("date", "\x0F\x0D\xE8\x07");  // month 13
+    set("time", "\x19\x07\x2D\x19");  // hour 25
+    set("dec", "\x12\x3A\x5D");       // a half-byte that is no digit
+    set("num", "00x2N");
+    std::string unwritten = record_;  // a decimal of zero bytes was never written
+    unwritten.replace(offsets_.at("dec"), 3, std::string(3, '\0'));
+    write(dir_ / "data" / "typen.dat",
+          bt::writeDataFile5(1024, static_cast<std::uint32_t>(r.size()), false, {r, unwritten}));
+    Collect c;
+    open()->read("Typen", c);
+    ASSERT_EQ(c.rows.size(), 2u);
+    auto cell = [&](std::size_t row, std::size_t col) {
+        std::string line = c.rows[row] + "|";
+        std::size_t start = 0;
+        for (std::size_t i = 0; i < col; ++i) start = line.find('|', start) + 1;
+        return line.substr(start, line.find('|', start) - start);
+    };
+    // Columns 12 date, 14 time, 16 dec, 18 num.
+    for (std::size_t col : {12u, 14u, 16u, 18u}) EXPECT_EQ(cell(0, col), "") << col;
+    EXPECT_EQ(cell(1, 16), "");
+    EXPECT_EQ(cell(1, 12), "2024-01-15");
+    const std::string file = (dir_ / "data" / "typen.dat").string();
+    std::vector<std::string> expected;
+    for (const char* field : {"date", "time", "dec", "num"})
+        expected.push_back(file + ": record 1, field " + field +
+                           ": holds no value of its type that can be read");
+    EXPECT_EQ(c.warnings, expected);
 }
 
 TEST_F(BtrieveBuiltDictionary, FieldTypesMapToEngineCodes) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "datasource/readers.h"
 #include "datasource/sheetloader.h"
@@ -24,6 +25,7 @@ const fs::path kFixtures = ROWQUILL_FIXTURES;
 struct Loaded {
     DataSheet sheet;
     std::vector<Field> fields;
+    std::vector<std::string> warnings;
     int records() const { return sheet.rows() - 1; }
     std::string at(int record, int col) const { return std::string(sheet.cell(record, col)); }
     std::string name(int col) const { return std::string(sheet.cell(0, col)); }
@@ -32,7 +34,7 @@ struct Loaded {
 Loaded load(const fs::path& folder, const std::string& table, const OpenOptions& options = {}) {
     auto db = openDbaseFolder(folder.string(), options);
     Loaded l;
-    l.fields = loadTable(*db, table, l.sheet);
+    l.fields = loadTable(*db, table, l.sheet, &l.warnings);
     return l;
 }
 
@@ -142,7 +144,7 @@ TEST(DbaseSamples, ValuesReadFromEveryVersion) {
         // The third record is marked deleted.
         {"dbase/dbfread", "people", 2, {{0, 1, "BIRTHDATE"}, {1, 0, "Alice"}, {1, 1, "1987-03-01"},
          {2, 1, "1980-11-12"}}, {{1, kDateTime}}},
-        {"dbase/dbfread", "invalid_value", 2, {{1, 1, "NotAYear"}}},  // invalid date kept
+        {"dbase/dbfread", "invalid_value", 2, {{1, 1, ""}, {2, 1, "1980-11-12"}}},  // bad date
         // dBase III: exact numbers, duplicate names kept, leading zeros of text kept.
         {"dbase/infused_dbf", "dbase_03", 14, {{0, 0, "Point_ID"}, {0, 30, "Point_ID"},
          {1, 0, "0507121"}, {1, 8, "2005-07-12"}, {1, 10, "5.2"}, {1, 11, "2"},
@@ -230,7 +232,7 @@ TEST(DbaseBuilt, NumbersLogicalsAndDatesTakeTheirForms) {
         {" -000.50", "T", "20240115", "-0.5", "true", "2024-01-15"},
         {"      .5", "F", "        ", "0.5", "false", ""},
         {"  ******", "?", "00000000", "******", "", ""},  // overflow kept; '?' unknown
-        {" 1.5E+03", "y", "19991332", "1.5E+03", "true", "19991332"},
+        {" 1.5E+03", "y", "19991332", "1.5E+03", "true", ""},
         {"        ", "n", "        ", "", "false", ""},
     };
     std::vector<std::string> records;
@@ -245,6 +247,9 @@ TEST(DbaseBuilt, NumbersLogicalsAndDatesTakeTheirForms) {
         EXPECT_EQ(t.at(i + 1, 1), rows[i].logical);
         EXPECT_EQ(t.at(i + 1, 2), rows[i].date);
     }
+    EXPECT_EQ(t.warnings,
+              (std::vector<std::string>{(dir.path() / "t.dbf").string() +
+                                        ": record 4, field D: \"19991332\" is not a date"}));
 }
 
 TEST(DbaseBuilt, VisualFoxProNullBitsFollowFieldOrder) {
@@ -283,7 +288,7 @@ TEST(DbaseBuilt, DamagedFilesGiveErrorsNamingTheFileAndKeepTheSheet) {
     dir.write("ok.dbt", dbt);
     auto db = openDbaseFolder(dir.path().string(), {});
     const std::pair<const char*, const char*> damaged[] = {
-        {"junk", "junk.dbf"}, {"short", "short.dbf"}, {"empty", "empty.dbf"}, {"m", "m.dbt"}};
+        {"junk", "junk.dbf"}, {"short", "short.dbf"}, {"empty", "empty.dbf"}};
     for (auto [table, file] : damaged) {
         DataSheet sheet = DataSheet::startup();
         try {
@@ -295,6 +300,15 @@ TEST(DbaseBuilt, DamagedFilesGiveErrorsNamingTheFileAndKeepTheSheet) {
         EXPECT_EQ(sheet.cell(0, 0), "Element 1");  // the sheet is kept
     }
     EXPECT_EQ(load(dir.path(), "ok").at(1, 0), "hello");
+    // A memo beyond the end of its file leaves its cell empty and is named.
+    Loaded m = load(dir.path(), "m");
+    EXPECT_EQ(m.records(), 1);
+    EXPECT_EQ(m.at(1, 0), "");
+    ASSERT_EQ(m.warnings.size(), 1u);
+    EXPECT_NE(
+        m.warnings[0].find("record 1, field M: block 99 of the memo file 'm.dbt' lies outside it"),
+        std::string::npos)
+        << m.warnings[0];
     EXPECT_THROW(openDbaseFolder((dir.path() / "nowhere").string(), {}), DatabaseError);
 }
 
@@ -308,4 +322,145 @@ TEST(DbaseBuilt, RecordCountIsLimitedToTheRecordsPresent) {
     Loaded l = load(dir.path(), "t");
     EXPECT_EQ(l.records(), 1);
     EXPECT_EQ(l.at(1, 0), "ab");
+    EXPECT_EQ(l.warnings, (std::vector<std::string>{(dir.path() / "t.dbf").string() +
+                                                    ": 1 of 1000000 records read"}));
+}
+
+// ------------------------------------------------------------ warnings
+
+TEST(DbaseWarnings, SamplesWarnOnlyAboutWhatTheyLack) {
+    REQUIRE_FIXTURES("dbase");
+    REQUIRE_FIXTURES("foxpro");
+    // Every sample table reads without a warning but these.
+    const std::map<std::string, std::string> expected = {
+        {"invalid_value",
+         "invalid_value.dbf: record 1, field BIRTHDATE: \"NotAYear\" is not a date"},
+        {"dbase_83_missing_memo", ": the memo file 'dbase_83_missing_memo.dbt' is missing: "},
+        {"no_memofile", ": the memo file 'no_memofile.fpt' is missing: 2 memos are left empty"},
+        // Samples that come without their memo files.
+        {"d11", ": the memo file 'd11.dbt' is missing: "},
+        {"dbase_8c", ": the memo file 'dbase_8c.dbt' is missing: "},
+        {"vfp3", ": the memo file 'vfp3.fpt' is missing: "},
+    };
+    int tables = 0;
+    for (const char* kind : {"dbase", "foxpro"})
+        for (const auto& e : fs::recursive_directory_iterator(kFixtures / kind)) {
+            if (!e.is_directory()) continue;
+            auto db = openDbaseFolder(e.path().string(), {});
+            for (const auto& table : db->catalog()) {
+                SCOPED_TRACE(e.path().string() + " " + table.name);
+                DataSheet sheet;
+                std::vector<std::string> warnings;
+                loadTable(*db, table.name, sheet, &warnings);
+                ++tables;
+                auto it = expected.find(table.name);
+                if (it == expected.end()) {
+                    EXPECT_TRUE(warnings.empty()) << warnings.front();
+                    continue;
+                }
+                ASSERT_EQ(warnings.size(), 1u);
+                EXPECT_EQ(warnings[0].rfind((e.path() / table.name).string(), 0), 0u);
+                EXPECT_NE(warnings[0].find(it->second), std::string::npos) << warnings[0];
+            }
+        }
+    EXPECT_GT(tables, 20);
+}
+
+TEST(DbaseWarnings, TruncatedCopiesGiveTheRecordsPresentAndSaySo) {
+    REQUIRE_FIXTURES("dbase/infused_dbf");
+    const fs::path from = kFixtures / "dbase/infused_dbf";
+    std::ifstream in(from / "dbase_83.dbf", std::ios::binary);
+    const std::string dbf{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::ifstream memoIn(from / "dbase_83.dbt", std::ios::binary);
+    const std::string dbt{std::istreambuf_iterator<char>(memoIn), std::istreambuf_iterator<char>()};
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(dbf[i]); };
+    const std::size_t headerLength = byte(8) | byte(9) << 8;
+    const std::size_t recordLength = byte(10) | byte(11) << 8;
+
+    TempDir dir;
+    // Ten whole records and part of the eleventh; the memo file whole.
+    dir.write("cut.dbf", dbf.substr(0, headerLength + 10 * recordLength + recordLength / 2));
+    dir.write("cut.dbt", dbt);
+    Loaded cut = load(dir.path(), "cut");
+    EXPECT_EQ(cut.records(), 10);
+    EXPECT_EQ(cut.at(1, 6), "Assorted Petits Fours");
+    EXPECT_EQ(cut.warnings, (std::vector<std::string>{(dir.path() / "cut.dbf").string() +
+                                                      ": 10 of 67 records read"}));
+
+    // The table whole, its memo file cut to its first 2 KiB: the memos there are
+    // read, each of the others is empty with a warning, the rest counted.
+    dir.write("memo.dbf", dbf);
+    dir.write("memo.dbt", dbt.substr(0, 2048));
+    Loaded memo = load(dir.path(), "memo");
+    EXPECT_EQ(memo.records(), 67);
+    EXPECT_EQ(memo.at(1, 11).substr(0, 30), "Our Original assortment...a li");
+    ASSERT_EQ(memo.warnings.size(), 21u);
+    for (std::size_t i = 0; i < 20; ++i)
+        EXPECT_NE(memo.warnings[i].find("of the memo file 'memo.dbt'"), std::string::npos)
+            << memo.warnings[i];
+    EXPECT_NE(memo.warnings[20].find("more values could not be read"), std::string::npos);
+}
+
+TEST(DbaseWarnings, DatesThatAreNoDayOfTheCalendarAreLeftEmpty) {
+    TempDir dir;
+    const std::pair<const char*, const char*> dates[] = {
+        {"20240229", "2024-02-29"}, {"20230229", ""}, {"20230431", ""},
+        {"2023 4 1", ""},           {"00000000", ""}, {"        ", ""},
+    };
+    std::vector<std::string> records;
+    for (auto [raw, text] : dates) records.push_back(std::string(" ") + raw);
+    dir.write("d.dbf", makeDbf(0x03, {{"D", 'D', 8}}, records));
+    Loaded t = load(dir.path(), "d");
+    for (std::size_t i = 0; i < std::size(dates); ++i)
+        EXPECT_EQ(t.at(static_cast<int>(i) + 1, 0), dates[i].second) << dates[i].first;
+    // Blank and zero dates are no date, not a damaged one.
+    ASSERT_EQ(t.warnings.size(), 3u);
+    EXPECT_NE(t.warnings[2].find("record 4, field D: \"2023 4 1\" is not a date"),
+              std::string::npos);
+}
+
+// ------------------------------------------------------------ DOS code pages
+
+TEST(DbaseCodePages, MazoviaAndKamenickyLanguageDrivers) {
+    // Polish (driver 0x69) and Czech (0x68) pangrams, in small and capital letters,
+    // written in the DOS code pages these drivers name.
+    struct Case {
+        int ldid;
+        std::string bytes;
+        const char* text;
+    };
+    const Case cases[] = {
+        {0x69, "Za\xA7\xA2\x92\x8D g\x91\x9El\x86 ja\xA6\xA4", "Zażółć gęślą jaźń"},
+        {0x69, "ZA\xA1\xA3\x9C\x95 G\x90\x98L\x8F JA\xA0\xA5", "ZAŻÓŁĆ GĘŚLĄ JAŹŃ"},
+        {0x68,
+         "P\xA9\xA1li\xA8 \x91lu\x9Fou\x87k\x98 k\x96\xA4 \xA3p\x88l \x83\xA0"
+         "belsk\x82 \xA2"
+         "dy",
+         "Příliš žluťoučký kůň úpěl ďábelské ódy"},
+        {0x68,
+         "P\x9E\x8BLI\x9B \x92LU\x86OU\x80K\x9D K\xA6\xA5 \x97P\x89L \x85\x8F"
+         "BELSK\x90 \x95"
+         "DY",
+         "PŘÍLIŠ ŽLUŤOUČKÝ KŮŇ ÚPĚL ĎÁBELSKÉ ÓDY"},
+        // Box drawing and signs above 0xB0 are those of the other DOS code pages.
+        {0x69, "\xC9\xCD\xBB \xE1\xF8\xFD", "╔═╗ ß°²"},
+    };
+    TempDir dir;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::string value = c.bytes;
+        value.resize(40, ' ');
+        dir.write("p.dbf", makeDbf(0x03, {{"T", 'C', 40}}, {" " + value}, c.ldid));
+        EXPECT_EQ(load(dir.path(), "p").at(1, 0), c.text);
+    }
+}
+
+TEST(DbaseCodePages, MazoviaSampleDecodesItsPolishLetters) {
+    REQUIRE_FIXTURES("foxpro/infused_dbf");
+    // The second record holds the bytes 98 D7 88 89 E7 F5 9E: the Polish
+    // letters at 0x98 and 0x9E with other DOS characters between them.
+    Loaded t = load(kFixtures / "foxpro/infused_dbf", "mazovia");
+    ASSERT_EQ(t.records(), 2);
+    EXPECT_EQ(t.at(1, 1), "English");
+    EXPECT_EQ(t.at(2, 1), "Ś╫êëτ⌡ś");
 }

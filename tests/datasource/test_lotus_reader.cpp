@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "datasource/codepage.h"
+#include "datasource/lotus/lmbcs.h"
 #include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
 #include "datasource/sheetloader.h"
@@ -77,8 +79,54 @@ TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
     EXPECT_EQ(catalogNames(*wk4), (std::vector<std::string>{"CRLFR9", "crlfq9"}));
     DataSheet sheet;
     loadTable(*wk4, "crlfq9", sheet);
-    EXPECT_EQ(sheet.cell(0, 1), "abcdef");
-    EXPECT_EQ(sheet.cell(1, 1), "abcdef");
+    EXPECT_EQ(sheet.cell(0, 1), "abcdef");  // the label holds no line break
+    EXPECT_EQ(sheet.cell(1, 1), "abc\r\ndef");
+}
+
+TEST(LotusFixtures, LineBreaksWrittenWithGroupBytes) {
+    REQUIRE_FIXTURES();
+    // Release 9 writes the label and the formula's text as "abc" 0F 2D 0F 2A
+    // "def"; Quattro Pro writes the formula's text as "abc" 01 0D 01 0A "def"
+    // (its label holds "abcdef").
+    const std::pair<const char*, std::vector<std::string>> files[] = {
+        {"CRLFR9.WK3", {"abc\r\ndef", "abc\r\ndef"}}, {"CRLFR9.WK4", {"abc\r\ndef", "abc\r\ndef"}},
+        {"CRLFR9.123", {"abc\r\ndef", "abc\r\ndef"}}, {"crlfq9.wk3", {"abcdef", "abc\r\ndef"}},
+        {"crlfq9.wk4", {"abcdef", "abc\r\ndef"}},
+    };
+    for (const auto& [file, texts] : files) {
+        SCOPED_TRACE(file);
+        std::ifstream in(kLotus / "crlf" / file, std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        const auto sheets = lotus::parseLotusWorkbook(bytes, "");
+        ASSERT_FALSE(sheets.empty());
+        std::vector<std::string> got;
+        for (const auto& c : sheets[0].cells)
+            if (c.col == 1 && c.row <= 1) got.push_back(c.text);
+        EXPECT_EQ(got, texts);
+    }
+}
+
+TEST(Lmbcs, GroupBytesAndWhatFollowsThem) {
+    const CodePage& cp850 = CodePage::get(850);
+    const std::pair<std::string, std::string> cases[] = {
+        {"abc\x0F\x2D\x0F\x2A"
+         "def",
+         "abc\r\ndef"},
+        {"\x0F\x29\x0F\x20x", "\tx"},  // tab; a zero character is left out
+        {"abc\x01\x0D\x01\x0A"
+         "def",
+         "abc\r\ndef"},
+        {"\x01\x82t\x82", "\xC3\xA9t\xC3\xA9"},            // é, with and without group 1
+        {"\x06\xA5\x05\xC0", "\xC4\x85\xD0\x90"},          // ą (852), А (1251)
+        {"\x10\x82\xA0", "\xE3\x81\x82"},                  // あ (932)
+        {"\x14\x20\xAC", "\xE2\x82\xAC"},                  // €
+        {"\x14\xD8\x3D\x14\xDE\x01", "\xF0\x9F\x98\x81"},  // a surrogate pair
+        {"a\tb\rc", "a\tb\rc"},                            // control characters as themselves
+        {std::string("ab\0cd", 5), "ab"},                  // a zero byte ends the text
+        {"ab\x01", "ab\xEF\xBF\xBD"},                      // a group byte cut off
+        {"\x0F\x41", "\xEF\xBF\xBD"},                      // no control character
+    };
+    for (const auto& [bytes, text] : cases) EXPECT_EQ(lotus::decodeLmbcs(bytes, cp850), text);
 }
 
 TEST(LotusFolder, UnreadableFilesAreListedButFailWhenRead) {

@@ -8,6 +8,7 @@
 #include "datasource/btrieve/btrievefile.h"
 #include "datasource/codepage.h"
 #include "datasource/readers.h"
+#include "datasource/readwarnings.h"
 
 namespace rq {
 
@@ -114,16 +115,29 @@ class BtrieveDatabase : public Database {
         std::vector<Field> fields;
         for (const auto& f : defs) fields.push_back({f.name, btrieve::engineType(f)});
         sink.begin(fields);
+        ReadWarnings warn(sink, path.string());
         std::vector<std::string> cells(defs.size());
         std::vector<std::string_view> views(defs.size());
-        data.forEachRecord([&](std::string_view record) {
-            for (std::size_t i = 0; i < defs.size(); ++i) {
-                cells[i].clear();
-                btrieve::appendFieldText(defs[i], record, codePage_, cells[i]);
-                views[i] = cells[i];
-            }
-            sink.row(views.data(), views.size());
-        });
+        std::uint64_t count = 0;
+        data.forEachRecord(
+            [&](std::string_view record) {
+                ++count;
+                for (std::size_t i = 0; i < defs.size(); ++i) {
+                    cells[i].clear();
+                    if (!btrieve::appendFieldText(defs[i], record, codePage_, cells[i]))
+                        warn.value(count, defs[i].name, {},
+                                   "holds no value of its type that can be read");
+                    views[i] = cells[i];
+                }
+                sink.row(views.data(), views.size());
+            },
+            [&](std::uint64_t record, const std::string& why) {
+                warn.limited("record " + std::to_string(record) + ": " + why +
+                             "; the record's variable part is cut there");
+            });
+        // Pages missing from the end of a cut file take their records with them.
+        warn.recordsShort(count, data.info().recordCount);
+        warn.finish();
         sink.end();
     }
 

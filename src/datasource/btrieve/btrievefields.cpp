@@ -238,51 +238,51 @@ std::string utf16leToUtf8(std::string_view b) {
     return out;
 }
 
-void appendFieldText(const FieldDef& f, std::string_view record, const CodePage& cp,
+bool appendFieldText(const FieldDef& f, std::string_view record, const CodePage& cp,
                      std::string& out) {
-    if (f.offset >= record.size()) return;
+    if (f.offset >= record.size()) return true;
     std::string_view rest = record.substr(f.offset);
     std::string_view b = rest.substr(0, f.size);
     const bool whole = b.size() == f.size;
     switch (f.dataType) {
         case kString:
             cp.appendUtf8(out, trimBlanks(cutAtNul(b)));
-            return;
+            return true;
         case kZstring:
             cp.appendUtf8(out, cutAtNul(b));
-            return;
+            return true;
         case kLstring: {
-            if (b.empty()) return;
+            if (b.empty()) return true;
             std::size_t len = static_cast<unsigned char>(b[0]);
             cp.appendUtf8(out, b.substr(1, len));
-            return;
+            return true;
         }
         case kNote:
             cp.appendUtf8(out, cutAtNul(rest));
-            return;
+            return true;
         case kWstring: {
             std::string s = utf16leToUtf8(b);
             std::size_t z = s.find('\0');
             if (z != std::string::npos) s.resize(z);
             out += trimBlanks(s);
-            return;
+            return true;
         }
         case kWzstring: {
             std::string s = utf16leToUtf8(b);
             out += cutAtNul(s);
-            return;
+            return true;
         }
         case kLvar: {
-            if (b.size() < 2) return;
+            if (b.size() < 2) return true;
             std::size_t len =
                 static_cast<unsigned char>(b[0]) | (static_cast<unsigned char>(b[1]) << 8);
             out += vt::base64(rest.substr(2, len));
-            return;
+            return true;
         }
         default:
             break;
     }
-    if (!whole) return;  // a fixed-size value cut off by the end of the record
+    if (!whole) return true;  // a fixed-size value cut off by the end of the record
     switch (f.dataType) {
         case kInteger:
         case kAutoinc:
@@ -290,13 +290,13 @@ void appendFieldText(const FieldDef& f, std::string_view record, const CodePage&
                 out += vt::integer(signExtend(littleEndian(b), f.size));
             else
                 out += vt::base64(b);
-            return;
+            return true;
         case kUnsigned:
             if (f.size == 1 || f.size == 2 || f.size == 4 || f.size == 8)
                 out += vt::unsignedInteger(littleEndian(b));
             else
                 out += vt::base64(b);
-            return;
+            return true;
         case kFloat:
             if (f.size == 4) {
                 float v;
@@ -309,7 +309,7 @@ void appendFieldText(const FieldDef& f, std::string_view record, const CodePage&
             } else {
                 out += vt::base64(b);
             }
-            return;
+            return true;
         case kBfloat:
             if (f.size == 4)
                 out += vt::singleFloat(static_cast<float>(mbfToDouble(b)));
@@ -317,32 +317,33 @@ void appendFieldText(const FieldDef& f, std::string_view record, const CodePage&
                 out += vt::floating(mbfToDouble(b));
             else
                 out += vt::base64(b);
-            return;
+            return true;
         case kDate: {
-            if (f.size != 4) return;
+            if (f.size != 4) return true;
             int day = static_cast<unsigned char>(b[0]);
             int month = static_cast<unsigned char>(b[1]);
             int year = static_cast<int>(littleEndian(b.substr(2, 2)));
+            if (day == 0 && month == 0 && year == 0) return true;  // no date
             if (year < 1 || month < 1 || month > 12 || day < 1 || day > daysInMonth(year, month))
-                return;  // no date (all zeros) or not a date
+                return false;
             out += vt::date(year, month, day);
-            return;
+            return true;
         }
         case kTime: {
-            if (f.size != 4) return;
+            if (f.size != 4) return true;
             int hundredths = static_cast<unsigned char>(b[0]);
             int second = static_cast<unsigned char>(b[1]);
             int minute = static_cast<unsigned char>(b[2]);
             int hour = static_cast<unsigned char>(b[3]);
-            if (hundredths > 99 || second > 59 || minute > 59 || hour > 23) return;
+            if (hundredths > 99 || second > 59 || minute > 59 || hour > 23) return false;
             out += vt::time(hour, minute, second, hundredths * 10000000);
-            return;
+            return true;
         }
         case kTimestamp: {
-            if (f.size != 8) return;
+            if (f.size != 8) return true;
             // Units of 100 ns since 0001-01-01.
             std::uint64_t v = littleEndian(b);
-            if (v == 0) return;
+            if (v == 0) return true;
             const std::uint64_t perDay = 864000000000ULL;
             std::int64_t days = static_cast<std::int64_t>(v / perDay);
             std::uint64_t rem = v % perDay;
@@ -351,42 +352,42 @@ void appendFieldText(const FieldDef& f, std::string_view record, const CodePage&
             int secs = static_cast<int>(rem / 10000000);
             int nanos = static_cast<int>(rem % 10000000) * 100;
             out += vt::dateTime(y, m, d, secs / 3600, secs / 60 % 60, secs % 60, nanos);
-            return;
+            return true;
         }
         case kDecimal:
         case kMoney:
-            appendPacked(b, f.decimals, out);
-            return;
+            // All zero bytes, not even a sign: a value never written.
+            if (b.find_first_not_of('\0') == std::string_view::npos) return true;
+            return appendPacked(b, f.decimals, out);
         case kNumeric:
         case kNumericSts:
         case kNumericSa:
-            appendZoned(b, f.dataType, f.decimals, out);
-            return;
+            return appendZoned(b, f.dataType, f.decimals, out);
         case kCurrency:
             if (f.size == 8)
                 out += vt::decimalScaled(static_cast<std::int64_t>(littleEndian(b)), 4);
             else
                 out += vt::base64(b);
-            return;
+            return true;
         case kLogical: {
             bool any = false;
             for (char c : b) any = any || c != 0;
             out += vt::boolean(any);
-            return;
+            return true;
         }
         case kBit:
             if (f.size >= 1)
                 out += vt::boolean((static_cast<unsigned char>(b[0]) >> (f.decimals & 7)) & 1);
-            return;
+            return true;
         case kGuid:
             if (f.size == 16)
                 appendGuid(b, out);
             else
                 out += vt::base64(b);
-            return;
+            return true;
         default:
             out += vt::base64(b);
-            return;
+            return true;
     }
 }
 

@@ -57,8 +57,10 @@ int engineType(const FieldDef& field);
 
 // Appends the text of the field's value in record (fixed part followed by the
 // variable part) to out. Nothing is appended for a null value or a field that
-// lies outside the record.
-void appendFieldText(const FieldDef& field, std::string_view record, const CodePage& codePage,
+// lies outside the record. False, with nothing appended, when the bytes are not
+// a value of the field's type (a packed decimal with a half-byte that is no
+// digit, a date with month 13).
+bool appendFieldText(const FieldDef& field, std::string_view record, const CodePage& codePage,
                      std::string& out);
 
 // Values of the less common encodings, exposed for testing.

@@ -60,6 +60,25 @@ void DataFile::fail(const std::string& what) const {
     throw DatabaseError("'" + name_ + "' " + what, kErrUnrecognisedFormat);
 }
 
+namespace {
+
+// A variable part that cannot be followed; reason says why, without the file.
+class VariablePartError : public DatabaseError {
+  public:
+    VariablePartError(const std::string& message, std::string reason)
+        : DatabaseError(message, kErrUnrecognisedFormat), reason_(std::move(reason)) {}
+    const std::string& reason() const { return reason_; }
+
+  private:
+    std::string reason_;
+};
+
+}  // namespace
+
+void DataFile::failVariable(const std::string& what) const {
+    throw VariablePartError("'" + name_ + "' is damaged: " + what + ".", what);
+}
+
 std::string_view DataFile::page(std::uint32_t physical) const {
     return std::string_view(bytes_).substr(std::size_t{physical} * info_.pageSize, info_.pageSize);
 }
@@ -201,20 +220,20 @@ void DataFile::appendVariable(const unsigned char* ptr, std::string& out) const 
         std::uint32_t frag = p[3];
         if (!first) {
             if (!seen.insert((std::uint64_t{pageNo} << 8) | frag).second)
-                fail("is damaged: the variable part of a record loops.");
+                failVariable("the variable part of a record loops");
         }
         std::uint32_t physical = pageNo;
         if (info_.version == 6) physical = physicalOf(pageNo);
         if (physical == 0 || physical >= pageCount_)
-            fail("is damaged: a variable part points outside the file.");
+            failVariable("a variable part points outside the file");
         const auto* pg = reinterpret_cast<const unsigned char*>(page(physical).data());
         if (info_.version == 5 ? swapped32(pg) != pageNo
                                : (pg[1] != 'V' || u16(pg + 2) != (pageNo & 0xFFFF)))
-            fail("is damaged: a variable part points to a page of another kind.");
+            failVariable("a variable part points to a page of another kind");
         const std::uint32_t ps = info_.pageSize;
         std::uint32_t n = u16(pg + 10);
         if (frag >= n || 2 * (n + 1) > ps - 12)
-            fail("is damaged: a variable part names a fragment its page does not hold.");
+            failVariable("a variable part names a fragment its page does not hold");
         const std::uint32_t tableStart = ps - 2 * (n + 1);
         auto entry = [&](std::uint32_t k) { return u16(pg + ps - 2 - 2 * k); };
         std::uint32_t e = entry(frag);
@@ -225,12 +244,12 @@ void DataFile::appendVariable(const unsigned char* ptr, std::string& out) const 
             if (o > start && o < end) end = o;
         }
         if (start < 12 || start > end)
-            fail("is damaged: a fragment of a variable part lies outside its page.");
+            failVariable("a fragment of a variable part lies outside its page");
         const unsigned char* data = pg + start;
         std::uint32_t len = end - start;
         bool chained = info_.version == 6 || (e & 0x8000);
         if (chained) {
-            if (len < 4) fail("is damaged: a fragment of a variable part is too short.");
+            if (len < 4) failVariable("a fragment of a variable part is too short");
             std::copy(data, data + 4, p);
             data += 4;
             len -= 4;
@@ -239,12 +258,15 @@ void DataFile::appendVariable(const unsigned char* ptr, std::string& out) const 
         }
         out.append(reinterpret_cast<const char*>(data), len);
         if (out.size() - startSize > bytes_.size())
-            fail("is damaged: the variable part of a record loops.");
+            failVariable("the variable part of a record loops");
         first = false;
     }
 }
 
-void DataFile::forEachRecord(const std::function<void(std::string_view)>& visit) const {
+void DataFile::forEachRecord(
+    const std::function<void(std::string_view)>& visit,
+    const std::function<void(std::uint64_t, const std::string&)>& damaged) const {
+    std::uint64_t number = 0;
     const std::uint32_t ps = info_.pageSize;
     const std::uint32_t prl = info_.physicalRecordLength;
     const std::uint32_t rl = info_.recordLength;
@@ -263,12 +285,18 @@ void DataFile::forEachRecord(const std::function<void(std::string_view)>& visit)
                 continue;
             }
             const unsigned char* r = pg + so + prefix;
+            ++number;
             if (!info_.variableLength) {
                 visit(std::string_view(reinterpret_cast<const char*>(r), rl));
                 continue;
             }
             record.assign(reinterpret_cast<const char*>(r), rl);
-            appendVariable(r + rl, record);
+            try {
+                appendVariable(r + rl, record);
+            } catch (const VariablePartError& e) {
+                if (!damaged) throw;
+                damaged(number, e.reason());
+            }
             visit(record);
         }
     }

@@ -67,7 +67,12 @@ class DataFile {
 
     // Calls visit once per record in physical order with the fixed part
     // followed by the variable part (if any). The view is valid during the call.
-    void forEachRecord(const std::function<void(std::string_view)>& visit) const;
+    // A variable part that cannot be followed throws DatabaseError, or, when
+    // damaged is given, is cut where it breaks off and told to damaged (the
+    // record's number from 1, and why) before the record is visited.
+    void forEachRecord(
+        const std::function<void(std::string_view)>& visit,
+        const std::function<void(std::uint64_t, const std::string&)>& damaged = {}) const;
     // All records as byte strings.
     std::vector<std::string> records() const;
 
@@ -77,6 +82,7 @@ class DataFile {
     void parse5();
     void parse6();
     [[noreturn]] void fail(const std::string& what) const;
+    [[noreturn]] void failVariable(const std::string& what) const;
     std::string_view page(std::uint32_t physical) const;
     // Appends the variable part that starts at the pointer p (4 bytes) to out.
     void appendVariable(const unsigned char* p, std::string& out) const;

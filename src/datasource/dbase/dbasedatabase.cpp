@@ -8,6 +8,17 @@ namespace rq {
 
 namespace {
 
+// The path of a table's companion file that is not there: the table's path with
+// the extension replaced, in the letter case of the table's own extension.
+std::string expectedCompanion(const std::string& tablePath, std::string extension) {
+    const std::size_t dot = tablePath.rfind('.');
+    const bool upper = dot != std::string::npos && dot + 1 < tablePath.size() &&
+                       tablePath[dot + 1] >= 'A' && tablePath[dot + 1] <= 'Z';
+    if (upper)
+        for (char& c : extension) c = static_cast<char>(c - 'a' + 'A');
+    return tablePath.substr(0, dot) + "." + extension;
+}
+
 class DbaseDatabase : public FolderDatabase {
   public:
     DbaseDatabase(std::string folder, const OpenOptions& options)
@@ -26,11 +37,13 @@ class DbaseDatabase : public FolderDatabase {
         dbase::MemoFile memo;
         if (t.memoKind != dbase::MemoKind::None) {
             // A missing memo file leaves the memo cells empty; the rest of the
-            // table still loads.
-            std::string memoPath =
-                folder_.companion(table, t.memoKind == dbase::MemoKind::Fpt ? ".fpt" : ".dbt");
+            // table still loads, and the reader names the file it looked for.
+            const bool fpt = t.memoKind == dbase::MemoKind::Fpt;
+            std::string memoPath = folder_.companion(table, fpt ? ".fpt" : ".dbt");
             if (!memoPath.empty())
                 memo = dbase::MemoFile(bytes::readWholeFile(memoPath), t.memoKind, memoPath);
+            else
+                memo = dbase::MemoFile::absent(expectedCompanion(path, fpt ? "fpt" : "dbt"));
         }
         dbase::readDbf(t, data, memo, sink);
     }

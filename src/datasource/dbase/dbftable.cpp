@@ -3,27 +3,21 @@
 #include <algorithm>
 #include <array>
 
-#include "datasource/codepage.h"
 #include "datasource/bytes.h"
+#include "datasource/codepage.h"
+#include "datasource/dbase/dbftext.h"
 #include "datasource/valuetext.h"
 
 namespace rq::dbase {
 
 namespace vt = rq::valuetext;
 using bytes::be32;
-using bytes::be64;
 using bytes::le16;
 using bytes::le32;
-using bytes::le64;
 
 namespace {
 
 constexpr std::uint32_t kMaxColumns = 2048;
-// Julian day number of 1970-01-01.
-constexpr std::int64_t kJulian1970 = 2440588;
-// Days from 0000-12-31 (the origin of the dBase 7 timestamp) to 1970-01-01.
-constexpr std::int64_t kTimestampOrigin1970 = 719163;
-constexpr std::int64_t kMillisPerDay = 86400000;
 
 [[noreturn]] void fail(const std::string& path, const std::string& why, int code = kErrGeneric) {
     throw DatabaseError("The table '" + path + "' cannot be read: " + why, code);
@@ -41,36 +35,6 @@ bool isFoxPro2(unsigned v) {
 
 bool recognisedVersion(unsigned v) {
     return v == 0x02 || (v & 0x07) == 0x03 || isDbase7(v) || isVisualFoxPro(v) || isFoxPro2(v);
-}
-
-bool isBlank(std::string_view s) {
-    for (char c : s)
-        if (c != ' ' && c != '\0') return false;
-    return true;
-}
-
-std::string_view trimRight(std::string_view s) {
-    while (!s.empty() && (s.back() == ' ' || s.back() == '\0')) s.remove_suffix(1);
-    return s;
-}
-
-std::string_view trimBoth(std::string_view s) {
-    s = trimRight(s);
-    while (!s.empty() && (s.front() == ' ' || s.front() == '\0')) s.remove_prefix(1);
-    return s;
-}
-
-bool isAscii(std::string_view s) {
-    for (char c : s)
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    return true;
-}
-
-void appendDecoded(std::string& out, std::string_view raw, const CodePage& cp) {
-    if (isAscii(raw))
-        out.append(raw);
-    else
-        cp.appendUtf8(out, raw);
 }
 
 bool isMemoType(char t, bool vfp) {
@@ -216,11 +180,10 @@ int codepageOfLanguageDriver(int ldid) {
             return 874;
         case 0x67:
             return 861;
-        // Kamenicky and Mazovia have no decoder here; their ASCII half and box
-        // drawing match code page 437.
         case 0x68:
+            return 895;  // Kamenicky
         case 0x69:
-            return 437;
+            return 620;  // Mazovia
         case 0x6A:
         case 0x86:
             return 737;
@@ -369,6 +332,7 @@ DbfTable parseDbf(std::string_view data, const std::string& path, int codepage) 
 
     const std::uint64_t room = data.size() - t.headerLength;
     const std::uint64_t fit = t.recordLength ? room / t.recordLength : declaredCount;
+    t.declaredCount = declaredCount;
     t.recordCount = std::min<std::uint64_t>(declaredCount, fit);
 
     int cp = codepage;
@@ -405,264 +369,45 @@ MemoFile::MemoFile(std::string bytes, MemoKind kind, std::string path)
     }
 }
 
-std::string_view MemoFile::block(std::uint64_t number) const {
+std::string MemoFile::fileName() const {
+    const std::size_t slash = path_.find_last_of('/');
+    return slash == std::string::npos ? path_ : path_.substr(slash + 1);
+}
+
+MemoFile MemoFile::absent(std::string expectedPath) {
+    MemoFile m;
+    m.path_ = std::move(expectedPath);
+    return m;
+}
+
+std::string_view MemoFile::block(std::uint64_t number, std::string& problem) const {
     const std::uint64_t start = number * blockSize_;
-    if (number == 0 || start >= bytes_.size() || start / blockSize_ != number)
-        throw DatabaseError("The memo file '" + path_ + "' is damaged: block " +
-                            std::to_string(number) + " lies outside it.");
+    const std::string where =
+        "block " + std::to_string(number) + " of the memo file '" + fileName();
+    if (number == 0 || start >= bytes_.size() || start / blockSize_ != number) {
+        problem = where + "' lies outside it";
+        return {};
+    }
     std::string_view rest = std::string_view(bytes_).substr(static_cast<std::size_t>(start));
+    auto cut = [&](std::uint64_t length, std::size_t skip) {
+        if (length > rest.size() - skip) problem = where + "' is cut short";
+        return rest.substr(skip, std::min<std::uint64_t>(length, rest.size() - skip));
+    };
     if (kind_ == MemoKind::Fpt) {
-        if (rest.size() < 8)
-            throw DatabaseError("The memo file '" + path_ + "' is damaged: block " +
-                                std::to_string(number) + " is cut short.");
-        std::uint32_t length = be32(bytes::uc(rest, 4));
-        return rest.substr(8, std::min<std::size_t>(length, rest.size() - 8));
+        if (rest.size() < 8) {
+            problem = where + "' is cut short";
+            return {};
+        }
+        return cut(be32(bytes::uc(rest, 4)), 8);
     }
     const unsigned char* p = bytes::uc(rest);
     if (rest.size() >= 8 && p[0] == 0xFF && p[1] == 0xFF && p[2] == 0x08 && p[3] == 0x00) {
         std::uint32_t length = le32(p + 4);  // counts the 8 bytes of the block header
         if (length < 8) return {};
-        return rest.substr(8, std::min<std::size_t>(length - 8, rest.size() - 8));
+        return cut(length - 8, 8);
     }
     std::size_t end = rest.find('\x1a');
     return rest.substr(0, end == std::string_view::npos ? rest.size() : end);
-}
-
-// ---------------------------------------------------------------- records
-
-namespace {
-
-bool flagBit(std::string_view record, const DbfTable& t, int bit) {
-    if (bit < 0) return false;
-    std::uint32_t byte = static_cast<std::uint32_t>(bit) / 8;
-    if (byte >= t.nullFlagsLength) return false;
-    auto b = static_cast<unsigned char>(record[t.nullFlagsOffset + byte]);
-    return (b >> (bit % 8)) & 1;
-}
-
-// A number written as text: kept exact, without leading or trailing zeros; text
-// that is not a plain decimal number is given as written.
-void appendNumberText(std::string& out, std::string_view s) {
-    s = trimBoth(s);
-    if (s.empty()) return;
-    std::string_view body = s;
-    bool negative = false;
-    if (body.front() == '-' || body.front() == '+') {
-        negative = body.front() == '-';
-        body.remove_prefix(1);
-    }
-    std::array<char, 64> digits{};
-    std::size_t n = 0;
-    int scale = 0;
-    bool point = false, ok = !body.empty() && body.size() < digits.size();
-    for (char c : body) {
-        if (!ok) break;
-        if (c >= '0' && c <= '9') {
-            digits[n++] = c;
-            if (point) ++scale;
-        } else if (c == '.' && !point) {
-            point = true;
-        } else {
-            ok = false;
-        }
-    }
-    if (!ok || n == 0) {
-        out.append(s);
-        return;
-    }
-    out += vt::decimalDigits(negative, std::string_view(digits.data(), n), scale);
-}
-
-void appendDateText(std::string& out, std::string_view s, const CodePage& cp) {
-    if (isBlank(s)) return;
-    int v[8];
-    bool digits = s.size() == 8;
-    for (std::size_t i = 0; digits && i < 8; ++i) {
-        if (s[i] < '0' || s[i] > '9')
-            digits = false;
-        else
-            v[i] = s[i] - '0';
-    }
-    if (digits) {
-        int y = v[0] * 1000 + v[1] * 100 + v[2] * 10 + v[3];
-        int m = v[4] * 10 + v[5];
-        int d = v[6] * 10 + v[7];
-        if (y == 0 && m == 0 && d == 0) return;
-        if (m >= 1 && m <= 12 && d >= 1 && d <= 31) {
-            out += vt::date(y, m, d);
-            return;
-        }
-    }
-    appendDecoded(out, trimBoth(s), cp);  // not a date: shown as written
-}
-
-// Days since 1970 of 1899-12-30, the day that time-only values carry.
-constexpr std::int64_t kTimeOnlyDay = -25569;
-
-// A date when the time is midnight, a time of day when the day is 1899-12-30,
-// else a date-time (the forms the serial date-times of the other sources take).
-void appendDayAndMillis(std::string& out, std::int64_t days1970, std::int64_t millis) {
-    int y, m, d;
-    vt::civilFromDays(days1970, y, m, d);
-    if (y < -9999 || y > 99999) return;
-    if (millis == 0) {
-        out += vt::date(y, m, d);
-        return;
-    }
-    if (days1970 == kTimeOnlyDay) {
-        auto secs = static_cast<int>(millis / 1000);
-        out += vt::time(secs / 3600, secs / 60 % 60, secs % 60,
-                        static_cast<int>(millis % 1000) * 1000000);
-        return;
-    }
-    auto secs = static_cast<int>(millis / 1000);
-    out += vt::dateTime(y, m, d, secs / 3600, secs / 60 % 60, secs % 60,
-                        static_cast<int>(millis % 1000) * 1000000);
-}
-
-std::uint64_t memoPointer(std::string_view s) {
-    if (s.size() == 4) return le32(bytes::uc(s));
-    s = trimBoth(s);
-    std::uint64_t v = 0;
-    for (char c : s) {
-        if (c < '0' || c > '9') return 0;
-        v = v * 10 + static_cast<unsigned>(c - '0');
-        if (v > (1ull << 40)) return 0;
-    }
-    return v;
-}
-
-}  // namespace
-
-void readDbf(const DbfTable& t, std::string_view data, const MemoFile& memo, RecordSink& sink) {
-    sink.begin(fieldsOf(t));
-    const CodePage& cp = CodePage::get(t.codepage);
-    const std::size_t n = t.columns.size();
-    std::vector<std::string> text(n);
-    std::vector<std::string_view> views(n);
-    for (std::uint64_t r = 0; r < t.recordCount; ++r) {
-        const std::string_view rec =
-            data.substr(t.headerLength + r * t.recordLength, t.recordLength);
-        if (rec.empty()) break;
-        if (rec[0] == '*') continue;
-        if (rec[0] == '\x1a') break;  // end-of-file mark where a record was promised
-        for (std::size_t i = 0; i < n; ++i) {
-            const DbfColumn& c = t.columns[i];
-            std::string& out = text[i];
-            out.clear();
-            std::string_view v = rec.substr(c.offset, c.length);
-            const unsigned char* p = bytes::uc(v);
-            if (flagBit(rec, t, c.nullBit)) {
-                views[i] = {};
-                continue;
-            }
-            switch (c.type) {
-                case 'C':
-                    appendDecoded(out, trimRight(v), cp);
-                    break;
-                case 'V':
-                case 'Q': {
-                    if (flagBit(rec, t, c.varBit) && !v.empty())
-                        v = v.substr(0, std::min<std::size_t>(p[v.size() - 1], v.size() - 1));
-                    if (c.type == 'V')
-                        appendDecoded(out, c.varBit >= 0 ? v : trimRight(v), cp);
-                    else
-                        out += vt::base64(v);
-                    break;
-                }
-                case 'N':
-                case 'F':
-                    appendNumberText(out, v);
-                    break;
-                case 'L':
-                    if (!v.empty()) {
-                        char b = v[0];
-                        if (b == 'T' || b == 't' || b == 'Y' || b == 'y')
-                            out += "true";
-                        else if (b == 'F' || b == 'f' || b == 'N' || b == 'n')
-                            out += "false";
-                    }
-                    break;
-                case 'D':
-                    appendDateText(out, v, cp);
-                    break;
-                case 'T':
-                    if (v.size() == 8 && (le32(p) != 0 || le32(p + 4) != 0)) {
-                        // Stored in milliseconds, kept to the second: the writers
-                        // leave values such as 13:35:38.999 for 13:35:39.
-                        std::int64_t ms = le32(p + 4);
-                        std::int64_t day = std::int64_t{le32(p)} - kJulian1970;
-                        if (ms >= 0 && ms < kMillisPerDay) {
-                            ms = (ms + 500) / 1000 * 1000;
-                            if (ms == kMillisPerDay) {
-                                ms = 0;
-                                ++day;
-                            }
-                            appendDayAndMillis(out, day, ms);
-                        }
-                    }
-                    break;
-                case '@':
-                    if (v.size() == 8 && be64(p) != 0) {
-                        double ms = bytes::doubleFromBits(be64(p));
-                        if (ms >= 0 && ms < 1e16) {
-                            auto whole = static_cast<std::int64_t>(ms + 0.5);
-                            appendDayAndMillis(out, whole / kMillisPerDay - kTimestampOrigin1970,
-                                               whole % kMillisPerDay);
-                        }
-                    }
-                    break;
-                case 'I':
-                case '+':
-                    if (v.size() == 4) {
-                        if (t.dbase7) {
-                            if (be32(p) != 0)
-                                out +=
-                                    vt::integer(static_cast<std::int32_t>(be32(p) ^ 0x80000000u));
-                        } else {
-                            out += vt::integer(static_cast<std::int32_t>(le32(p)));
-                        }
-                    }
-                    break;
-                case 'O':
-                    if (v.size() == 8 && be64(p) != 0) {
-                        std::uint64_t bits = be64(p);
-                        bits = (bits & (1ull << 63)) ? bits ^ (1ull << 63) : ~bits;
-                        out += vt::floating(bytes::doubleFromBits(bits));
-                    }
-                    break;
-                case 'Y':
-                    if (v.size() == 8)
-                        out += vt::decimalScaled(static_cast<std::int64_t>(le64(p)), 4);
-                    break;
-                case 'B':
-                    if (t.visualFoxPro) {
-                        if (v.size() == 8) out += vt::floating(bytes::doubleFromBits(le64(p)));
-                        break;
-                    }
-                    [[fallthrough]];
-                case 'M':
-                case 'G':
-                case 'P':
-                case 'W': {
-                    std::uint64_t block = memoPointer(v);
-                    if (block == 0 || !memo.present()) break;
-                    std::string_view content = memo.block(block);
-                    if (c.type == 'M')
-                        appendDecoded(out, content, cp);
-                    else
-                        out += vt::base64(content);
-                    break;
-                }
-                default:
-                    appendDecoded(out, trimRight(v), cp);
-                    break;
-            }
-            views[i] = out;
-        }
-        sink.row(views.data(), n);
-    }
-    sink.end();
 }
 
 }  // namespace rq::dbase

@@ -29,7 +29,8 @@ struct DbfTable {
     unsigned version = 0;
     std::uint32_t headerLength = 0;
     std::uint32_t recordLength = 0;
-    std::uint64_t recordCount = 0;  // records present in the file (never more than fit)
+    std::uint64_t recordCount = 0;    // records present in the file (never more than fit)
+    std::uint64_t declaredCount = 0;  // records the header says the file holds
     int languageDriver = 0;
     int codepage = 1252;
     bool visualFoxPro = false;
@@ -53,11 +54,15 @@ class MemoFile {
   public:
     MemoFile() = default;
     MemoFile(std::string bytes, MemoKind kind, std::string path);
+    // The memo file a table needs but that is not there, by the name it would have.
+    static MemoFile absent(std::string expectedPath);
     bool present() const { return kind_ != MemoKind::None; }
     const std::string& path() const { return path_; }
-    // The data of the memo starting at block number. Throws DatabaseError naming the
-    // memo file when the block lies outside it.
-    std::string_view block(std::uint64_t number) const;
+    std::string fileName() const;  // the path's last part
+    // The data of the memo starting at block number: empty when the block lies
+    // outside the file, what there is when the file ends inside it. In both cases
+    // problem says so, naming the memo file.
+    std::string_view block(std::uint64_t number, std::string& problem) const;
 
   private:
     std::string bytes_;
@@ -67,6 +72,8 @@ class MemoFile {
 };
 
 // Decodes every record that is not deleted and hands it to sink (fields first).
+// Values that cannot be read are left empty; they, memos that cannot be found
+// and records missing from the end of the file are reported as sink warnings.
 void readDbf(const DbfTable& table, std::string_view data, const MemoFile& memo, RecordSink& sink);
 
 std::vector<Field> fieldsOf(const DbfTable& table);

@@ -7,6 +7,7 @@
 #include "datasource/bytes.h"
 #include "datasource/codepage.h"
 #include "datasource/excel/numberformat.h"
+#include "datasource/readwarnings.h"
 #include "datasource/valuetext.h"
 
 namespace rq::excel {
@@ -187,12 +188,20 @@ struct Record {
 };
 
 // The record at pos, or false at the end of the stream. A record that runs
-// past the end of the stream is damage.
-bool readRecord(std::string_view s, std::size_t pos, Record& r) {
-    if (pos + 4 > s.size()) return false;
+// past the end of the stream is damage; when cut is given it ends the stream
+// instead and sets *cut.
+bool readRecord(std::string_view s, std::size_t pos, Record& r, bool* cut = nullptr) {
+    if (pos + 4 > s.size()) {
+        if (cut && pos < s.size()) *cut = true;  // part of a record header
+        return false;
+    }
     r.id = u16(s, pos);
     std::size_t len = u16(s, pos + 2);
-    if (pos + 4 + len > s.size()) damaged("a record runs past the end of the workbook");
+    if (pos + 4 + len > s.size()) {
+        if (!cut) damaged("a record runs past the end of the workbook");
+        *cut = true;
+        return false;
+    }
     r.data = s.substr(pos + 4, len);
     r.next = pos + 4 + len;
     return true;
@@ -219,6 +228,14 @@ const char* errorText(std::uint8_t code) {
         default:
             return "#N/A";
     }
+}
+
+// "B7" for row 6, column 1.
+std::string cellName(std::uint32_t row, std::uint32_t col) {
+    std::string letters;
+    for (std::uint32_t c = col + 1; c > 0; c = (c - 1) / 26)
+        letters.insert(letters.begin(), static_cast<char>('A' + (c - 1) % 26));
+    return letters + std::to_string(row + 1);
 }
 
 int codepageNumber(int stored) {
@@ -276,7 +293,8 @@ void BiffWorkbook::readGlobals() {
     int depth = 0;
     std::size_t pos = 0;
     Record r;
-    while (readRecord(stream_, pos, r)) {
+    bool cut = false;  // a workbook cut short: reading its sheets says so
+    while (readRecord(stream_, pos, r, &cut)) {
         pos = r.next;
         switch (r.id) {
             case kBof2:
@@ -352,7 +370,7 @@ void BiffWorkbook::readGlobals() {
                 Segments s;
                 s.add(r.data);
                 Record c;
-                while (readRecord(stream_, pos, c) && c.id == kContinue) {
+                while (readRecord(stream_, pos, c, &cut) && c.id == kContinue) {
                     s.add(c.data);
                     pos = c.next;
                 }
@@ -380,14 +398,16 @@ void BiffWorkbook::readGlobals() {
     offsets_ = std::move(offsets);
 }
 
-std::vector<SheetCell> BiffWorkbook::readSheet(std::size_t index) const {
+std::vector<SheetCell> BiffWorkbook::readSheet(std::size_t index, ReadWarnings* warnings) const {
     if (index >= offsets_.size()) damaged("no such sheet");
     std::vector<SheetCell> cells;
-    scan(offsets_[index], &cells);
+    scan(index, &cells, warnings);
     return cells;
 }
 
-void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
+void BiffWorkbook::scan(std::size_t index, std::vector<SheetCell>* cells,
+                        ReadWarnings* warnings) const {
+    const std::string sheetLabel = "sheet '" + names_[index] + "'";
     const CodePage& cp = CodePage::get(codepage_);
     const bool biff2 = version_ == 2;
 
@@ -414,7 +434,8 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
         cells->push_back({row, col, kind, std::move(text)});
     };
     auto addNumber = [&](std::uint32_t row, std::uint32_t col, std::uint32_t format, double v) {
-        if (isDateXf(format)) {
+        // Serial numbers count from 1899-12-30: a negative one is no date.
+        if (v >= 0 && isDateXf(format)) {
             double serial = v;
             if (date1904_)
                 serial += 1462;
@@ -429,9 +450,10 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
     std::size_t pendingString = SIZE_MAX;
 
     int depth = 0;
-    std::size_t pos = from;
+    std::size_t pos = offsets_[index];
     Record r;
-    while (readRecord(stream_, pos, r)) {
+    bool cut = false, ended = false;
+    while (readRecord(stream_, pos, r, &cut)) {
         pos = r.next;
         const std::string_view d = r.data;
         if (r.id == kBof || r.id == kBof2 || r.id == kBof3 || r.id == kBof4) {
@@ -439,7 +461,8 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
             continue;
         }
         if (r.id == kEof) {
-            if (--depth <= 0) break;
+            ended = --depth <= 0;
+            if (ended) break;
             continue;
         }
         if (depth > 1) continue;  // an embedded chart
@@ -504,6 +527,9 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
             }
             case kLabelSst: {
                 std::uint32_t i = u32(d, 6);
+                if (i >= sst_.size() && warnings)
+                    warnings->limited(sheetLabel + ", cell " + cellName(u16(d, 0), u16(d, 2)) +
+                                      ": shared string " + std::to_string(i) + " does not exist");
                 add(u16(d, 0), u16(d, 2), CellKind::Text,
                     i < sst_.size() ? sst_[i] : std::string());
                 break;
@@ -557,7 +583,7 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
                     Segments s;
                     s.add(d);
                     Record c;
-                    while (readRecord(stream_, pos, c) && c.id == kContinue) {
+                    while (readRecord(stream_, pos, c, &cut) && c.id == kContinue) {
                         s.add(c.data);
                         pos = c.next;
                     }
@@ -573,6 +599,9 @@ void BiffWorkbook::scan(std::size_t from, std::vector<SheetCell>* cells) const {
                 break;
         }
     }
+    if (!ended && warnings)
+        warnings->table(sheetLabel + " is cut short: the file ends before the sheet does (" +
+                        std::to_string(cells->size()) + " cells read)");
 }
 
 }  // namespace rq::excel

@@ -12,6 +12,10 @@
 
 #include "datasource/excel/celltable.h"
 
+namespace rq {
+class ReadWarnings;
+}
+
 namespace rq::excel {
 
 class WorkbookError : public std::runtime_error {
@@ -42,12 +46,15 @@ class BiffWorkbook {
     // The worksheets, in workbook order (charts and macro sheets are left out).
     const std::vector<std::string>& sheetNames() const { return names_; }
 
-    // The cells of one worksheet, their text already formed. Throws WorkbookError.
-    std::vector<SheetCell> readSheet(std::size_t index) const;
+    // The cells of one worksheet, their text already formed. A sheet the file
+    // ends inside gives the cells before the cut, and a shared string that does
+    // not exist an empty cell; both are told to warnings when given. Throws
+    // WorkbookError.
+    std::vector<SheetCell> readSheet(std::size_t index, ReadWarnings* warnings = nullptr) const;
 
   private:
     void readGlobals();
-    void scan(std::size_t from, std::vector<SheetCell>* cells) const;
+    void scan(std::size_t from, std::vector<SheetCell>* cells, ReadWarnings* warnings) const;
 
     std::string stream_;
     int version_ = 8;

@@ -5,7 +5,8 @@
 
 namespace rq::excel {
 
-CellTable::CellTable(std::vector<SheetCell> cells) : cells_(std::move(cells)) {
+CellTable::CellTable(std::vector<SheetCell> cells, std::vector<std::string> warnings)
+    : cells_(std::move(cells)), warnings_(std::move(warnings)) {
     std::stable_sort(cells_.begin(), cells_.end(), [](const SheetCell& a, const SheetCell& b) {
         return a.row != b.row ? a.row < b.row : a.col < b.col;
     });
@@ -66,6 +67,7 @@ CellTable::CellTable(std::vector<SheetCell> cells) : cells_(std::move(cells)) {
 
 void CellTable::emit(RecordSink& sink) const {
     sink.begin(fields_);
+    for (const auto& w : warnings_) sink.warning(w);
     const std::size_t width = fields_.size();
     std::vector<std::string_view> row(width);
     std::size_t i = dataStart_;

@@ -23,7 +23,8 @@ struct SheetCell {
 class CellTable {
   public:
     // Cells in any order; a later cell at the same position replaces an earlier one.
-    explicit CellTable(std::vector<SheetCell> cells);
+    // warnings: what the reader met while collecting them, passed on by emit().
+    explicit CellTable(std::vector<SheetCell> cells, std::vector<std::string> warnings = {});
 
     // Field names from the first row of the used range ("F" and the column
     // number within the range for an empty heading); types from the cells
@@ -32,11 +33,12 @@ class CellTable {
     const std::vector<Field>& fields() const { return fields_; }
     std::size_t recordCount() const { return recordCount_; }
 
-    // Sends the fields, then one row per record of the used range.
+    // Sends the fields, the warnings, then one row per record of the used range.
     void emit(RecordSink& sink) const;
 
   private:
     std::vector<SheetCell> cells_;  // sorted by row, then column; no duplicates
+    std::vector<std::string> warnings_;
     std::vector<Field> fields_;
     std::uint32_t firstRow_ = 0, firstCol_ = 0;
     std::size_t recordCount_ = 0;

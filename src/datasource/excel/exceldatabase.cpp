@@ -11,6 +11,7 @@
 #include "datasource/excel/compoundfile.h"
 #include "datasource/excel/exceldatabase.h"
 #include "datasource/readers.h"
+#include "datasource/readwarnings.h"
 
 namespace rq {
 
@@ -41,7 +42,11 @@ class ExcelDatabase : public Database {
         if (cached_ && cachedIndex_ == index) return *cached_;
         try {
             cached_.reset();
-            cached_ = std::make_unique<excel::CellTable>(book_.readSheet(index));
+            std::vector<std::string> warnings;
+            ReadWarnings warn(warnings, file_);
+            std::vector<excel::SheetCell> cells = book_.readSheet(index, &warn);
+            warn.finish();
+            cached_ = std::make_unique<excel::CellTable>(std::move(cells), std::move(warnings));
             cachedIndex_ = index;
             return *cached_;
         } catch (const excel::WorkbookError& e) {

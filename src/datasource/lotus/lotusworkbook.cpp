@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <unordered_map>
 
 #include "datasource/codepage.h"
+#include "datasource/lotus/lmbcs.h"
 #include "datasource/valuetext.h"
 
 namespace rq::lotus {
@@ -230,6 +232,56 @@ void fillFormulaStrings(std::string_view b, LotusSheet& sheet, int codepage) {
     }
 }
 
+// Release 3 and later files (WK3, WK4, .123) write their text in LMBCS. The
+// library passes group bytes through as they are (0x0F 0x2D shows as "-")
+// and drops others (0x01 0x0D), so the text of labels (LABEL records: row,
+// sheet, column, alignment prefix, text) and of formula results (STRING
+// records: row, sheet, column, text) that hold such bytes is read again here.
+void fillLmbcsText(std::string_view b, std::vector<LotusSheet>& sheets, int codepage) {
+    auto u16 = [&](std::size_t at) {
+        return static_cast<unsigned>(static_cast<unsigned char>(b[at]) |
+                                     (static_cast<unsigned char>(b[at + 1]) << 8));
+    };
+    if (b.size() < 6 || u16(0) != 0 || u16(2) < 2) return;
+    const unsigned version = u16(4);
+    if (version < 0x1000 || version > 0x1005) return;
+    struct Found {
+        unsigned sheet, row, col;
+        std::string_view raw;
+    };
+    std::vector<Found> found;
+    std::size_t pos = 0;
+    while (pos + 4 <= b.size()) {
+        const unsigned type = u16(pos), len = u16(pos + 2);
+        if (pos + 4 + len > b.size() || type == 1) break;  // cut short, or the end
+        const std::size_t textAt = type == 0x16 ? 5 : 4;
+        if ((type == 0x16 || type == 0x1A) && len > textAt) {
+            const std::string_view d = b.substr(pos + 4, len);
+            const std::string_view raw = d.substr(textAt);
+            const unsigned sheet = static_cast<unsigned char>(d[2]);
+            if (hasLowBytes(raw.substr(0, raw.find('\0'))) && sheet < sheets.size())
+                found.push_back({sheet, u16(pos + 4), static_cast<unsigned char>(d[3]), raw});
+        }
+        pos += 4 + len;
+    }
+    if (found.empty()) return;
+    const CodePage& cp = CodePage::get(codepage);
+    std::vector<std::unordered_map<std::uint64_t, std::size_t>> at(sheets.size());
+    std::vector<bool> indexed(sheets.size());
+    for (const Found& f : found) {
+        auto& index = at[f.sheet];
+        auto& cells = sheets[f.sheet].cells;
+        if (!indexed[f.sheet]) {
+            indexed[f.sheet] = true;
+            for (std::size_t i = 0; i < cells.size(); ++i)
+                if (cells[i].kind == CellKind::Text)
+                    index[std::uint64_t{cells[i].row} << 32 | cells[i].col] = i;
+        }
+        auto it = index.find(std::uint64_t{f.row} << 32 | f.col);
+        if (it != index.end()) cells[it->second].text = decodeLmbcs(f.raw, cp);
+    }
+}
+
 }  // namespace
 
 std::vector<LotusSheet> parseLotusWorkbook(std::string_view bytes, const std::string& encoding) {
@@ -250,11 +302,10 @@ std::vector<LotusSheet> parseLotusWorkbook(std::string_view bytes, const std::st
     if (result == libwps::WPS_ENCRYPTION_ERROR)
         throw std::runtime_error("the file is protected with a password");
     if (result != libwps::WPS_OK) throw std::runtime_error("the worksheet is damaged");
-    if (collector.sheets.size() == 1) {
-        int codepage = 850;
-        if (encoding.size() > 2) codepage = std::atoi(encoding.c_str() + 2);
-        fillFormulaStrings(bytes, collector.sheets.front(), codepage);
-    }
+    int codepage = 850;
+    if (encoding.size() > 2) codepage = std::atoi(encoding.c_str() + 2);
+    if (collector.sheets.size() == 1) fillFormulaStrings(bytes, collector.sheets.front(), codepage);
+    fillLmbcsText(bytes, collector.sheets, codepage);
     for (auto& s : collector.sheets) s.textFormulas.clear();
     return std::move(collector.sheets);
 }

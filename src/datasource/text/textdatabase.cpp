@@ -14,6 +14,7 @@
 
 #include "datasource/codepage.h"
 #include "datasource/readers.h"
+#include "datasource/readwarnings.h"
 #include "datasource/text/textformat.h"
 #include "datasource/valuetext.h"
 
@@ -147,7 +148,24 @@ struct OpenedTable {
     TableSettings settings;
     std::vector<Field> fields;
     std::vector<int> types;
+    bool replacedBytes = false;  // bytes that were not of the encoding became U+FFFD
 };
+
+// What a typed value that does not read as its type is not.
+const char* kindOf(int type) {
+    switch (type) {
+        case kBoolean:
+            return "true or false";
+        case kByte:
+        case kInteger:
+        case kLong:
+            return "a whole number";
+        case kDateTime:
+            return "a date";
+        default:
+            return "a number";
+    }
+}
 
 }  // namespace
 
@@ -199,6 +217,10 @@ class TextDatabase : public Database {
         OpenedTable t;
         open(table, t);
         sink.begin(t.fields);
+        ReadWarnings warn(sink, t.path);
+        if (t.replacedBytes)
+            warn.table("the file holds bytes that are not UTF-8 as it says; they read as U+FFFD");
+        std::uint64_t record = 0;
         try {
             RecordScanner scanner(t.text, t.settings);
             std::vector<std::string_view> raw;
@@ -211,6 +233,7 @@ class TextDatabase : public Database {
             const bool mapped = t.decoded.empty();
             std::size_t nextRelease = kReleaseStep;
             while (scanner.next(raw)) {
+                ++record;
                 if (mapped && scanner.offset() >= nextRelease) {
                     t.file->release(t.text.data() + scanner.offset());
                     nextRelease = scanner.offset() + kReleaseStep;
@@ -232,18 +255,29 @@ class TextDatabase : public Database {
                         else if (text::convertTyped(v, ty, t.settings.dateTimeFormat, converted[c]))
                             cells[c] = converted[c];
                         else
-                            cells[c] = {};
+                            badValue(warn, t, record, c, v, cells[c]);
                     }
                 }
                 sink.row(cells.data(), ncols);
             }
+            if (scanner.unclosedQualifier())
+                warn.table("a quoted value in record " + std::to_string(record) +
+                           " is never closed: it takes the rest of the file");
         } catch (const std::length_error& e) {
             throw DatabaseError("Cannot read " + t.path + ": " + e.what() + ".");
         }
+        warn.finish();
         sink.end();
     }
 
   private:
+    // A value of a typed column that does not read as its type: an empty cell.
+    static void badValue(ReadWarnings& warn, const OpenedTable& t, std::uint64_t record,
+                         std::size_t col, std::string_view raw, std::string_view& cell) {
+        cell = {};
+        warn.value(record, t.fields[col].name, raw, std::string("is not ") + kindOf(t.types[col]));
+    }
+
     std::string folder_;
     OpenOptions options_;
     std::vector<std::string> files_;
@@ -300,6 +334,7 @@ class TextDatabase : public Database {
         }
         t.decoded = CodePage::get(charset).toUtf8(bytes);
         t.text = t.decoded;
+        t.replacedBytes = charset == 65001;  // valid UTF-8 was taken as it stands
     }
 
     // The fields: the schema's columns when it describes the file, else the

@@ -247,6 +247,7 @@ bool RecordScanner::nextDelimited(std::vector<std::string_view>& fields) {
                     if (copied) buf.append(s + start, n - start);
                     value = copied ? std::string_view(buf) : std::string_view(s + start, n - start);
                     pos_ = n;
+                    unclosed_ = true;
                     break;
                 }
                 std::size_t k = static_cast<std::size_t>(static_cast<const char*>(hit) - s);

@@ -61,11 +61,15 @@ class RecordScanner {
     // next call.
     bool next(std::vector<std::string_view>& fields);
     std::size_t offset() const { return pos_; }
+    // True once a qualifier was opened and never closed: its field took the
+    // rest of the text.
+    bool unclosedQualifier() const { return unclosed_; }
 
   private:
     std::string_view text_;
     const TableSettings& settings_;
     std::size_t pos_ = 0;
+    bool unclosed_ = false;
     // A deque: growing it keeps the earlier fields' text in place.
     std::deque<std::string> scratch_;
     bool nextDelimited(std::vector<std::string_view>& fields);

@@ -35,6 +35,7 @@ class Folder {
 struct Table {
     std::vector<Field> fields;
     DataSheet sheet;
+    std::vector<std::string> warnings;
     std::vector<std::string> names() const {
         std::vector<std::string> n;
         for (auto& f : fields) n.push_back(f.name);
@@ -56,7 +57,7 @@ struct Table {
 Table load(const std::string& chosenFile, const std::string& table, OpenOptions options = {}) {
     auto db = openFileDatabase("Text;", chosenFile, options);
     Table t;
-    t.fields = loadTable(*db, table, t.sheet);
+    t.fields = loadTable(*db, table, t.sheet, &t.warnings);
     return t;
 }
 
@@ -112,6 +113,11 @@ TEST(TextTables, UnclosedQualifierTakesTheRestOfTheFile) {
     Table t = load(f.file("u.csv"), "u#csv");
     ASSERT_EQ(t.records(), 1);
     EXPECT_EQ(t.row(1), (Row{"1", "open\n2,3\n"}));
+    EXPECT_EQ(t.warnings, Row{f.file("u.csv") +
+                              ": a quoted value in record 1 is never closed: it takes the rest "
+                              "of the file"});
+    f.write("closed.csv", "a,b\n1,\"shut\"\n");
+    EXPECT_TRUE(load(f.file("closed.csv"), "closed#csv").warnings.empty());
 }
 
 TEST(TextTables, EncodingsBomAndFallback) {
@@ -132,6 +138,15 @@ TEST(TextTables, EncodingsBomAndFallback) {
     cyrillic.codepage = 1251;
     EXPECT_EQ(load(f.file("ansi.csv"), "ansi#csv", cyrillic).row(1),
               Row{"caf\xD0\xB9 \xD0\x82"});  // 0xE9 = й, 0x80 = Ђ in code page 1251
+    for (const char* table : {"utf8#csv", "bom#csv", "ansi#csv", "wide#txt"})
+        EXPECT_TRUE(load(f.file("utf8.csv"), table).warnings.empty()) << table;
+    // A byte-order mark promises UTF-8 that the bytes do not keep.
+    f.write("badbom.csv", "\xEF\xBB\xBFname\ncaf\xE9\n");
+    Table bad = load(f.file("badbom.csv"), "badbom#csv");
+    EXPECT_EQ(bad.row(1), Row{"caf\xEF\xBF\xBD"});
+    EXPECT_EQ(bad.warnings, Row{f.file("badbom.csv") +
+                                ": the file holds bytes that are not UTF-8 as it says; they read "
+                                "as U+FFFD"});
 }
 
 TEST(TextTables, SchemaFormatsHeaderAndCharacterSet) {
@@ -190,6 +205,13 @@ TEST(TextTables, TypedColumnsFollowTheValueForms) {
     EXPECT_EQ(t.row(1), (Row{"2024-03-05T13:45:00", "12.5", "true", "0.15", "-7"}));
     EXPECT_EQ(t.row(2), (Row{"", "", "", "", ""}));
     EXPECT_EQ(t.row(3), (Row{"", "", "", "", ""}));
+    // The values of the second record are named; the empty ones of the third are nulls.
+    const std::string at = f.file("t.csv") + ": record 2, field ";
+    EXPECT_EQ(t.warnings,
+              (Row{at + "when: \"31.02.2024 10:00\" is not a date",
+                   at + "price: \"1.2.3\" is not a number",
+                   at + "ok: \"maybe\" is not true or false", at + "ratio: \"abc\" is not a number",
+                   at + "big: \"99999999999\" is not a whole number"}));
 }
 
 TEST(TextTables, DateParsing) {

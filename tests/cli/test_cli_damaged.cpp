@@ -1,0 +1,92 @@
+// A damaged source: its warnings on standard error, exit status 2 and nothing
+// written, unless --allow-damaged asks for what could be read.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "cli_test_support.h"
+
+using namespace rq::clitest;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kSample = fs::path(ROWQUILL_FIXTURES) / "dbase" / "infused_dbf";
+
+// The lines of standard error.
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::size_t start = 0;
+    for (std::size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1)
+        out.push_back(text.substr(start, nl - start));
+    if (start < text.size()) out.push_back(text.substr(start));
+    return out;
+}
+
+class DamagedSource : public CliTest {
+  protected:
+    void SetUp() override {
+        CliTest::SetUp();
+        if (!fs::exists(kSample / "dbase_83.dbf")) GTEST_SKIP() << "fixtures absent: " << kSample;
+        const std::string dbf = slurp(kSample / "dbase_83.dbf");
+        const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(dbf[i]); };
+        const std::size_t header = byte(8) | byte(9) << 8, record = byte(10) | byte(11) << 8;
+        // The sample cut after 8 of its 67 records, with its memo file.
+        write("db/cut.dbf", dbf.substr(0, header + 8 * record));
+        write("db/cut.dbt", slurp(kSample / "dbase_83.dbt"));
+        write("db/whole.dbf", dbf);
+        write("db/whole.dbt", slurp(kSample / "dbase_83.dbt"));
+    }
+};
+
+}  // namespace
+
+TEST_F(DamagedSource, WarningsFailTheRunUnlessDamageIsAllowed) {
+    const std::string warning =
+        "rowquill-cli: warning: " + path("db/cut.dbf") + ": 8 of 67 records read";
+    for (const char* command : {"convert", "export"}) {
+        SCOPED_TRACE(command);
+        Result r = run({command, path("db/cut.dbf"), "--table", "cut", "-o", path("out")});
+        EXPECT_EQ(r.status, 2);
+        auto err = lines(r.err);
+        ASSERT_EQ(err.size(), 2u) << r.err;
+        EXPECT_EQ(err[0], warning);
+        EXPECT_NE(err[1].find("--allow-damaged"), std::string::npos) << err[1];
+        EXPECT_FALSE(fs::exists(dir / "out"));
+
+        r = run(
+            {command, path("db/cut.dbf"), "--table", "cut", "--allow-damaged", "-o", path("out")});
+        EXPECT_EQ(r.status, 0);
+        EXPECT_EQ(lines(r.err), std::vector<std::string>{warning});
+        ASSERT_TRUE(fs::exists(dir / "out"));
+        const std::string out = slurp(dir / "out");
+        // The eight records present are written; the header line or root element first.
+        const std::string marker = std::string(command) == "convert" ? "<row>" : "\r\n\"";
+        std::size_t rows = 0;
+        for (std::size_t at = 0; (at = out.find(marker, at)) != std::string::npos; ++at) ++rows;
+        EXPECT_EQ(rows, 8u);
+        fs::remove(dir / "out");
+    }
+}
+
+TEST_F(DamagedSource, AnIntactSourceGivesNoWarning) {
+    Result r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    // A missing memo file is named, one line for the table.
+    fs::remove(dir / "db" / "whole.dbt");
+    r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(lines(r.err).size(), 2u) << r.err;
+    EXPECT_NE(
+        r.err.find("warning: " + path("db/whole.dbf") + ": the memo file 'whole.dbt' is missing"),
+        std::string::npos)
+        << r.err;
+    // The layout does not depend on the values: no warning stops it, and the
+    // option is refused there.
+    EXPECT_EQ(run({"layout", path("db/cut.dbf"), "--table", "cut", "-o", path("l")}).status, 0);
+    EXPECT_EQ(
+        run({"layout", path("db/cut.dbf"), "--table", "cut", "--allow-damaged", "-o", path("l")})
+            .status,
+        1);
+}
