@@ -11,4 +11,9 @@ namespace rq {
 // 95) or 123-254 is removed. Characters the code page lacks are kept.
 std::string elemntnamchnge(std::string_view typed);
 
+// True when name is not empty and holds no blank and no character the rule
+// above removes. The first-character repair is left out: a name the rule has
+// made may still begin with a digit, "-" or ":".
+bool isCleanName(std::string_view name);
+
 }  // namespace rq
