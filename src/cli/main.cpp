@@ -17,9 +17,9 @@
 #include "datasource/sheetloader.h"
 #include "generate/escape.h"
 #include "generate/generationrun.h"
-#include "generate/prolog.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
+#include "layout/prolog.h"
 #include "sheet/csvexport.h"
 
 namespace fs = std::filesystem;
@@ -362,7 +362,7 @@ void buildLayout(LayoutTree& tree, const DataSheet& sheet, const Options& o) {
             failure(std::string("bad layout file: ") + e.what());
         }
     } else {
-        initree(tree, sheet);
+        buildDefaultLayout(tree, sheet);
     }
     if (!o.xslt.empty()) assignProlog(tree, kAssignXslt, true, o.xslt);
     if (!o.css.empty()) assignProlog(tree, kAssignCss, true, o.css);
@@ -372,7 +372,7 @@ void buildLayout(LayoutTree& tree, const DataSheet& sheet, const Options& o) {
     for (const auto& a : o.rootAttributes) {
         std::size_t eq = a.find('=');
         if (eq == std::string::npos) usage("--root-attribute needs NAME=VALUE, not \"" + a + "\"");
-        std::string name = attributeNameRule(a.substr(0, eq));
+        std::string name = cleanTagName(a.substr(0, eq));
         if (name.empty()) usage("\"" + a.substr(0, eq) + "\" is not a usable attribute name");
         if (!isUniqueAttributeName(rows, name))
             usage("the root attribute " + name + " is given twice");
@@ -436,7 +436,7 @@ int listSources() {
 
 void convertSingle(LayoutTree& tree, const DataSheet& sheet, const Options& o, ProgressLine& line) {
     WorkingTable work;
-    clenzr(tree, work);
+    tidyLayout(tree, work);
     AtomicFile file;
     if (!file.open(o.output)) failure(file.error());
     bool ok = true;
@@ -446,7 +446,7 @@ void convertSingle(LayoutTree& tree, const DataSheet& sheet, const Options& o, P
             ok = file.write(chunk);
         } else if (ok) {
             bytes.clear();
-            appendFileBytes(bytes, chunk, false);
+            appendDocumentBytes(bytes, chunk, false);
             ok = file.write(bytes);
         }
         chunk.clear();
@@ -465,7 +465,7 @@ void convertSingle(LayoutTree& tree, const DataSheet& sheet, const Options& o, P
 }
 
 void convertSplit(LayoutTree& tree, const DataSheet& sheet, const Options& o, ProgressLine& line) {
-    if (!isfoldem(o.output))
+    if (!isFolderEmpty(o.output))
         failure("The Folder " + o.output +
                 " is not empty. Please choose a different folder or name.");
     std::error_code ec;
@@ -473,7 +473,7 @@ void convertSplit(LayoutTree& tree, const DataSheet& sheet, const Options& o, Pr
     if (!fs::is_directory(o.output, ec))
         failure("cannot make the folder " + o.output + (ec ? ": " + ec.message() : ""));
     WorkingTable work;
-    clenzr(tree, work);
+    tidyLayout(tree, work);
     SplitProgress progress;
     if (line.enabled())
         progress.file = [&](int k, int total, double, const std::string& status) {

@@ -7,9 +7,9 @@
 #include <memory>
 #include <vector>
 
+#include "base/text/cp1252.h"
 #include "base/xml/xmlreader.h"
 #include "base/xml/xmltext.h"
-#include "generate/cp1252.h"
 #include "generate/generationrun.h"
 #include "layout/namerules.h"
 
@@ -136,7 +136,7 @@ void appendNode(std::string& out, const NodeTable& t, const LayoutNode& n, int d
     const char* tag = tagOfKind(n.kind);
     if (!tag)
         refuse(0, "a node of kind " + std::to_string(n.kind) + " cannot stand below the root");
-    const int r = ketmapr(n.key);
+    const int r = nodeNumber(n.key);
     const std::string& name = t.cell(r, 1);
     checkName(n.kind, tag, name);
     if (isAttributeKind(n.kind) && !n.children.empty())
@@ -211,7 +211,7 @@ std::string layoutFileText(const LayoutTree& tree) {
     appendXmlText(out, doc->text);
     out += "</prolog>\n";
 
-    const std::string& rootName = t.cell(ketmapr(root->key), 1);
+    const std::string& rootName = t.cell(nodeNumber(root->key), 1);
     checkName(kKindDocument, "root", rootName);
     checkWritable(tree.rootAttributes, "the root's attribute text");
     out += "  <root";
@@ -364,7 +364,7 @@ void buildNodesBelow(const XmlDocument& doc, std::size_t root, LayoutTree& tree,
         t.setCell(row, 1, name);
         t.setCell(row, isDataKind(kind) ? 3 : 2, value);
         t.grow();
-        LayoutNode* node = tree.add(parent, Relation::LastChild, tree.maktre(),
+        LayoutNode* node = tree.add(parent, Relation::LastChild, tree.newKey(),
                                     displayText(kind, name, value), kind);
         node->expanded = !e.children.empty();
         for (auto it = e.children.rbegin(); it != e.children.rend(); ++it)
@@ -409,12 +409,12 @@ void readLayoutText(std::string_view text, LayoutTree& tree, const DataSheet* sh
     tree.rootAttributes = attrs ? *attrs : std::string();
 
     const std::string& rootName = *r.attribute("name");
-    LayoutNode* docNode = tree.add(nullptr, Relation::LastChild, tree.maktre(),
+    LayoutNode* docNode = tree.add(nullptr, Relation::LastChild, tree.newKey(),
                                    pe ? pe->text : documentNodeText(tree), kKindDocument);
     docNode->expanded = true;
     t.setCell(2, 1, rootName);
     t.grow();
-    LayoutNode* rootNode = tree.add(docNode, Relation::LastChild, tree.maktre(),
+    LayoutNode* rootNode = tree.add(docNode, Relation::LastChild, tree.newKey(),
                                     "<" + rootName + tree.rootAttributes + ">", kKindDocument);
     rootNode->expanded = true;
     buildNodesBelow(doc, parts.root, tree, rootNode);

@@ -136,7 +136,7 @@ std::vector<LayoutNode*> LayoutTree::preorder() const {
     return out;
 }
 
-std::string LayoutTree::maktre() {
+std::string LayoutTree::newKey() {
     ++keyCounter;
     return std::to_string(keyCounter) + "_";
 }
@@ -178,7 +178,7 @@ void LayoutTree::renumber() {
     for (LayoutNode* n : order_) byKey_[n->key] = n;
 }
 
-int ketmapr(std::string_view key) {
+int nodeNumber(std::string_view key) {
     long long v = 0;
     bool any = false;
     for (char c : key) {
@@ -191,7 +191,7 @@ int ketmapr(std::string_view key) {
     return any ? static_cast<int>(v) : 0;
 }
 
-int GetNodeLevel(const LayoutNode* node) {
+int nodeLevel(const LayoutNode* node) {
     int level = 0;
     if (!node) return 0;
     for (const LayoutNode* p = node->parent; p; p = p->parent) ++level;

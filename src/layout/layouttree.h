@@ -111,7 +111,7 @@ class LayoutTree {
     std::string rootAttributes;  // written inside the root's start tag
 
     // Raises the key counter and returns the new number followed by "_".
-    std::string maktre();
+    std::string newKey();
     // Gives the k-th node in pre-order the key k followed by "__" and keeps the
     // key it had before in its tag.
     void renumber();
@@ -128,13 +128,13 @@ class LayoutTree {
 
 // The node number of a key: every "_" removed, the rest read as a whole
 // number; 0 when that is not a number.
-int ketmapr(std::string_view key);
-inline int makekey(std::string_view key) {
-    return ketmapr(key);
+int nodeNumber(std::string_view key);
+inline int nodeNumber(std::string_view key) {
+    return nodeNumber(key);
 }
 
 // Number of ancestors: 0 for the document node, 1 for the root element.
-int GetNodeLevel(const LayoutNode* node);
+int nodeLevel(const LayoutNode* node);
 
 // The XML declaration the document node starts with.
 inline constexpr std::string_view kXmlDeclaration = "<?xml version=\"1.0\"?>";

@@ -1,6 +1,6 @@
 #include "layout/namerules.h"
 
-#include "generate/cp1252.h"
+#include "base/text/cp1252.h"
 #include "generate/escape.h"
 
 namespace rq {
@@ -14,11 +14,11 @@ bool removedCode(int code) {
 
 }  // namespace
 
-std::string elemntnamchnge(std::string_view typed) {
+std::string cleanTagName(std::string_view typed) {
     std::string s(typed);
     for (char& c : s)
         if (c == ' ') c = '_';
-    s = ascterep(s);
+    s = repairFirstCharacter(s);
     std::string out;
     for (std::size_t i = 0; i < s.size();) {
         char32_t ch;

@@ -6,9 +6,9 @@
 #include <functional>
 
 #include "generate/documentwriter.h"
-#include "generate/prolog.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
+#include "layout/prolog.h"
 
 using namespace rq;
 using namespace std::string_literals;
@@ -29,7 +29,7 @@ DataSheet orders() {
 
 std::string generate(LayoutTree& t, const DataSheet& s) {
     WorkingTable w;
-    return cmdsedfinfunc(t, w, s, s.rows() - 1);
+    return buildDocument(t, w, s, s.rows() - 1);
 }
 
 // Adds a node as the window's commands do: node-table row first, then a key.
@@ -44,7 +44,7 @@ LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::stri
                              : kind == kKindAttribute   ? attributeText(name, valueOrColumn)
                              : kind == kKindDataElement ? "<" + name + ">"
                                                         : dataAttributeText(name);
-    return t.add(parent, Relation::LastChild, t.maktre(), text, kind);
+    return t.add(parent, Relation::LastChild, t.newKey(), text, kind);
 }
 
 // Everything a layout file must keep, one line per node in document order.
@@ -52,8 +52,8 @@ std::vector<std::string> shape(const LayoutTree& t) {
     std::vector<std::string> out = {t.documentNode()->text, t.stylesheet, t.doctype,
                                     t.rootAttributes};
     for (const LayoutNode* n : t.preorder()) {
-        const int r = ketmapr(n->key);
-        out.push_back(std::to_string(GetNodeLevel(n)) + " " + std::to_string(n->kind) + " " +
+        const int r = nodeNumber(n->key);
+        out.push_back(std::to_string(nodeLevel(n)) + " " + std::to_string(n->kind) + " " +
                       t.table().cell(r, 1) + "|" + t.table().cell(r, isDataKind(n->kind) ? 3 : 2) +
                       "|" + n->text);
     }
@@ -106,19 +106,19 @@ TEST(LayoutFile, LayoutsTheWindowCanReachRoundTrip) {
     const std::pair<const char*, Build> cases[] = {
         {"default layout with stylesheet, DOCTYPE and schema",
          [&](LayoutTree& t) {
-             initree(t, s);
+             buildDefaultLayout(t, s);
              assignProlog(t, kAssignXslt, true, "o.xsl");
              assignProlog(t, kAssignDtd, true, "o & p.dtd");
              applyRootAttributes(t, schemaRows("urn:o", "o.xsd"));
          }},
         {"root without children",
          [&](LayoutTree& t) {
-             initree(t, s);
+             buildDefaultLayout(t, s);
              t.remove(t.rootElement()->children.front());
          }},
         {"attribute dropped onto an element lands after its elements",
          [&](LayoutTree& t) {
-             initree(t, s);
+             buildDefaultLayout(t, s);
              LayoutNode* row = t.rootElement()->children.front();
              LayoutNode* item = addNode(t, row, kKindElement, "item", "");
              addNode(t, item, kKindDataElement, "ID", "0");
@@ -129,7 +129,7 @@ TEST(LayoutFile, LayoutsTheWindowCanReachRoundTrip) {
          }},
         {"unicode names and values, markup and line breaks in values",
          [&](LayoutTree& t) {
-             initree(t, s);
+             buildDefaultLayout(t, s);
              LayoutNode* row = t.rootElement()->children.front();
              addNode(t, row, kKindDataAttribute,
                      "Gr\xC3\xB6\xC3\x9F"
@@ -157,7 +157,7 @@ TEST(LayoutFile, LayoutsTheWindowCanReachRoundTrip) {
 
 TEST(LayoutFile, WriterEscapesMarkupAndBreaksInValues) {
     LayoutTree t;
-    initree(t, orders());
+    buildDefaultLayout(t, orders());
     t.remove(t.rootElement()->children.front());
     addNode(t, t.rootElement(), kKindElement, "e", "a\"<&>]]>\t\r\n'");
     defineXmlDocument(t, "]]>\r\n\"");
@@ -251,7 +251,7 @@ TEST(LayoutFile, HostileInputsAreRefusedOnOneLineNamingTheirLine) {
         {"<rowquill-layout>\n<root name=\"1 r\"/></rowquill-layout>", 2, "cannot hold a blank"},
     };
     LayoutTree t;
-    initree(t, orders());
+    buildDefaultLayout(t, orders());
     const auto before = shape(t);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text.substr(0, 100));
@@ -286,7 +286,7 @@ TEST(LayoutFile, WriterRefusesWhatReadingWouldRefuse) {
     for (const auto& [spoil, message] : cases) {
         SCOPED_TRACE(message);
         LayoutTree t;
-        initree(t, orders());
+        buildDefaultLayout(t, orders());
         spoil(t);
         EXPECT_THROW(layoutFileText(t), LayoutFileError);
         std::string error;
@@ -329,7 +329,7 @@ TEST(LayoutFile, SavedFileLoadsAndAMissingFileIsNamedWithItsCause) {
     const fs::path file = fs::temp_directory_path() / ("rqlayout-" + std::to_string(getpid()));
     DataSheet s = orders();
     LayoutTree t;
-    initree(t, s);
+    buildDefaultLayout(t, s);
     std::string error;
     ASSERT_TRUE(saveLayoutFile(file.string(), t, &error)) << error;
     LayoutTree copy;
