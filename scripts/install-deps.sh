@@ -12,6 +12,8 @@ packages=(
   # window
   qt6-base-dev qt6-base-dev-tools qt6-webengine-dev libgl-dev libxkbcommon-dev
   qt6-qpa-plugins
+  # layout files
+  libexpat1-dev
   # readers
   mdbtools-dev libglib2.0-dev libwps-dev librevenge-dev libgsf-1-dev
   libsqlite3-dev sqlite3

@@ -568,7 +568,8 @@ int run(const Options& o) {
     LayoutTree tree;
     buildLayout(tree, sheet, o);
     if (o.command == "layout") {
-        if (!saveLayoutFile(o.output, tree)) failure("cannot write " + o.output);
+        std::string error;
+        if (!saveLayoutFile(o.output, tree, &error)) failure(error);
         return 0;
     }
     if (o.split)

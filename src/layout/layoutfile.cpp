@@ -1,281 +1,59 @@
 #include "layout/layoutfile.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
 #include <vector>
 
-#include "base/io/atomicfile.h"
 #include "base/text/cp1252.h"
+#include "base/xml/xmlreader.h"
+#include "base/xml/xmltext.h"
+#include "base/io/atomicfile.h"
+#include "layout/namerules.h"
 
 namespace rq {
 
-// ---- a small XML reader ----------------------------------------------------------
-//
-// Elements, attributes, character data, CDATA sections, comments, processing
-// instructions and the declaration; the five predefined entities and character
-// references. No recursion: open elements are kept on a stack.
-
 namespace {
 
-struct XmlElement {
-    std::string name;
-    std::vector<std::pair<std::string, std::string>> attributes;
-    std::vector<int> children;
-    std::string text;
-    int line = 0;
+// Levels of nodes below the root element. Deeper layouts cannot be made in any
+// sensible editing session, and their indented text would grow with the square
+// of the depth.
+constexpr int kMaxDepth = 1000;
+// A bound column has at most this many decimal digits.
+constexpr std::size_t kMaxColumnDigits = 6;
 
-    const std::string* attribute(std::string_view key) const {
-        for (const auto& [k, v] : attributes)
-            if (k == key) return &v;
-        return nullptr;
-    }
-};
+constexpr std::string_view kTopTag = "rowquill-layout";
 
-constexpr int kMaxDepth = 256;
-constexpr std::size_t kMaxElements = 1000000;
+[[noreturn]] void refuse(int line, const std::string& what) {
+    throw LayoutFileError(line > 0 ? "line " + std::to_string(line) + ": " + what : what, line);
+}
 
-class XmlReader {
-  public:
-    explicit XmlReader(std::string_view text) : s_(text) {}
+// A string quoted for a message: at most 40 bytes (whole characters), control
+// characters shown as "?", so that the message stays on one line.
+std::string quoted(std::string_view s) {
+    std::string out = "\"";
+    std::size_t i = 0;
+    while (i < s.size() && i < 40) {
+        char32_t c;
+        std::size_t len = decodeUtf8(s, i, c);
+        if (c < 0x20 || (c >= 0x7F && c <= 0x9F))
+            out += '?';
+        else
+            out.append(s, i, len);
+        i += len;
+    }
+    if (i < s.size()) out += "...";
+    return out + "\"";
+}
 
-    // Returns the elements; element 0 is the document element.
-    std::vector<XmlElement> parse() {
-        if (s_.substr(0, 3) == "\xEF\xBB\xBF") advance(3);
-        std::vector<int> open;
-        while (pos_ < s_.size()) {
-            if (startsWith("<?")) {
-                skipPast("?>", "an unterminated processing instruction");
-            } else if (startsWith("<!--")) {
-                skipPast("-->", "an unterminated comment");
-            } else if (startsWith("<![CDATA[")) {
-                if (open.empty()) fail("character data outside the document element");
-                advance(9);
-                std::size_t end = s_.find("]]>", pos_);
-                if (end == std::string_view::npos) fail("an unterminated CDATA section");
-                elements_[static_cast<std::size_t>(open.back())].text +=
-                    s_.substr(pos_, end - pos_);
-                advance(end + 3 - pos_);
-            } else if (startsWith("<!DOCTYPE")) {
-                std::size_t end = s_.find('>', pos_);
-                if (end == std::string_view::npos) fail("an unterminated DOCTYPE");
-                if (s_.substr(pos_, end - pos_).find('[') != std::string_view::npos)
-                    fail("a DOCTYPE with an internal subset is not supported");
-                advance(end + 1 - pos_);
-            } else if (startsWith("</")) {
-                advance(2);
-                std::string name = readName();
-                skipSpace();
-                expect('>');
-                if (open.empty() || elements_[static_cast<std::size_t>(open.back())].name != name)
-                    fail("the end tag </" + name + "> does not match " +
-                         (open.empty()
-                              ? std::string("any start tag")
-                              : "<" + elements_[static_cast<std::size_t>(open.back())].name + ">"));
-                open.pop_back();
-                if (open.empty()) closedRoot_ = true;
-            } else if (startsWith("<")) {
-                advance(1);
-                if (closedRoot_ || (open.empty() && !elements_.empty()))
-                    fail("more than one document element");
-                if (elements_.size() >= kMaxElements) fail("too many elements");
-                XmlElement e;
-                e.line = line_;
-                e.name = readName();
-                bool selfClosing = readAttributes(e);
-                int index = static_cast<int>(elements_.size());
-                if (!open.empty())
-                    elements_[static_cast<std::size_t>(open.back())].children.push_back(index);
-                elements_.push_back(std::move(e));
-                if (selfClosing) {
-                    if (open.empty()) closedRoot_ = true;
-                } else {
-                    if (static_cast<int>(open.size()) >= kMaxDepth) fail("elements nest too deep");
-                    open.push_back(index);
-                }
-            } else {
-                std::size_t end = s_.find('<', pos_);
-                if (end == std::string_view::npos) end = s_.size();
-                int startLine = line_;
-                std::string text = decode(s_.substr(pos_, end - pos_));
-                advance(end - pos_);
-                if (open.empty()) {
-                    if (text.find_first_not_of(" \t\r\n") != std::string::npos) {
-                        line_ = startLine;
-                        fail("text outside the document element");
-                    }
-                } else {
-                    elements_[static_cast<std::size_t>(open.back())].text += text;
-                }
-            }
-        }
-        if (!open.empty())
-            fail("the element <" + elements_[static_cast<std::size_t>(open.back())].name +
-                 "> is not closed");
-        if (elements_.empty()) fail("no document element");
-        return std::move(elements_);
-    }
-
-  private:
-    std::string_view s_;
-    std::size_t pos_ = 0;
-    int line_ = 1;
-    bool closedRoot_ = false;
-    std::vector<XmlElement> elements_;
-
-    [[noreturn]] void fail(const std::string& what) const {
-        throw LayoutFileError("line " + std::to_string(line_) + ": " + what, line_);
-    }
-    bool startsWith(std::string_view p) const { return s_.compare(pos_, p.size(), p) == 0; }
-    void advance(std::size_t n) {
-        n = std::min(n, s_.size() - pos_);
-        line_ +=
-            static_cast<int>(std::count(s_.begin() + static_cast<std::ptrdiff_t>(pos_),
-                                        s_.begin() + static_cast<std::ptrdiff_t>(pos_ + n), '\n'));
-        pos_ += n;
-    }
-    void skipPast(std::string_view end, const char* what) {
-        std::size_t at = s_.find(end, pos_);
-        if (at == std::string_view::npos) fail(what);
-        advance(at + end.size() - pos_);
-    }
-    void skipSpace() {
-        std::size_t start = pos_;
-        while (pos_ < s_.size() &&
-               (s_[pos_] == ' ' || s_[pos_] == '\t' || s_[pos_] == '\r' || s_[pos_] == '\n'))
-            ++pos_;
-        std::size_t end = pos_;
-        pos_ = start;
-        advance(end - start);
-    }
-    void expect(char c) {
-        if (pos_ >= s_.size() || s_[pos_] != c)
-            fail(std::string("expected \"") + c + "\"" +
-                 (pos_ >= s_.size() ? " before the end of the file" : ""));
-        advance(1);
-    }
-    static bool nameChar(unsigned char c, bool first) {
-        if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || c == ':' || c >= 0x80)
-            return true;
-        return !first && ((c >= '0' && c <= '9') || c == '-' || c == '.');
-    }
-    std::string readName() {
-        std::size_t start = pos_;
-        while (pos_ < s_.size() && nameChar(static_cast<unsigned char>(s_[pos_]), pos_ == start))
-            ++pos_;
-        if (pos_ == start) fail("a tag or attribute name was expected");
-        return std::string(s_.substr(start, pos_ - start));
-    }
-    // Reads the attributes and the end of the start tag; true for "/>".
-    bool readAttributes(XmlElement& e) {
-        for (;;) {
-            skipSpace();
-            if (startsWith("/>")) {
-                advance(2);
-                return true;
-            }
-            if (startsWith(">")) {
-                advance(1);
-                return false;
-            }
-            if (pos_ >= s_.size()) fail("the start tag <" + e.name + "> is not closed");
-            std::string key = readName();
-            skipSpace();
-            expect('=');
-            skipSpace();
-            if (pos_ >= s_.size() || (s_[pos_] != '"' && s_[pos_] != '\''))
-                fail("the value of " + key + " must be quoted");
-            char q = s_[pos_];
-            std::size_t end = s_.find(q, pos_ + 1);
-            if (end == std::string_view::npos) fail("the value of " + key + " is not closed");
-            std::string_view raw = s_.substr(pos_ + 1, end - pos_ - 1);
-            if (raw.find('<') != std::string_view::npos)
-                fail("\"<\" in the value of " + key + " must be written &lt;");
-            std::string value = decode(raw);
-            advance(end + 1 - pos_);
-            if (e.attribute(key)) fail("the attribute " + key + " is given twice");
-            e.attributes.emplace_back(std::move(key), std::move(value));
-        }
-    }
-    std::string decode(std::string_view raw) const {
-        std::string out;
-        out.reserve(raw.size());
-        for (std::size_t i = 0; i < raw.size(); ++i) {
-            if (raw[i] != '&') {
-                out += raw[i];
-                continue;
-            }
-            std::size_t semi = raw.find(';', i);
-            if (semi == std::string_view::npos || semi - i > 12) fail("a bare \"&\"; write &amp;");
-            std::string_view ent = raw.substr(i + 1, semi - i - 1);
-            i = semi;
-            if (ent == "lt")
-                out += '<';
-            else if (ent == "gt")
-                out += '>';
-            else if (ent == "amp")
-                out += '&';
-            else if (ent == "quot")
-                out += '"';
-            else if (ent == "apos")
-                out += '\'';
-            else if (ent.size() > 1 && ent[0] == '#') {
-                bool hex = ent[1] == 'x';
-                std::string_view digits = ent.substr(hex ? 2 : 1);
-                unsigned long code = 0;
-                bool ok = !digits.empty();
-                for (char c : digits) {
-                    int d = c >= '0' && c <= '9'          ? c - '0'
-                            : hex && c >= 'a' && c <= 'f' ? c - 'a' + 10
-                            : hex && c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                          : -1;
-                    if (d < 0) ok = false;
-                    code = code * (hex ? 16 : 10) + static_cast<unsigned long>(std::max(d, 0));
-                    if (code > 0x10FFFF) ok = false;
-                }
-                if (!ok || code == 0 || (code >= 0xD800 && code <= 0xDFFF))
-                    fail("the character reference &" + std::string(ent) + "; is not valid");
-                appendUtf8(out, static_cast<char32_t>(code));
-            } else {
-                fail("unknown entity &" + std::string(ent) + ";");
-            }
-        }
-        return out;
-    }
-};
-
-// ---- writing -----------------------------------------------------------------------
-
-std::string escaped(std::string_view s, bool attribute) {
-    std::string out;
-    for (char c : s) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += attribute ? "&quot;" : "\"";
-                break;
-            case '\r':
-                out += "&#13;";
-                break;
-            case '\n':
-                out += attribute ? "&#10;" : "\n";
-                break;
-            case '\t':
-                out += attribute ? "&#9;" : "\t";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
+int kindOfTag(std::string_view tag) {
+    if (tag == "element") return kKindElement;
+    if (tag == "data-element") return kKindDataElement;
+    if (tag == "attribute") return kKindAttribute;
+    if (tag == "data-attribute") return kKindDataAttribute;
+    return 0;
 }
 
 const char* tagOfKind(int kind) {
@@ -289,7 +67,127 @@ const char* tagOfKind(int kind) {
         case kKindDataAttribute:
             return "data-attribute";
         default:
-            return "element";
+            return nullptr;
+    }
+}
+
+// Why a node's name cannot be used, or "" when it can. No name may be empty or
+// hold a blank, a line break or another control character. Plain elements,
+// attributes and the root are only ever named through the name
+// rule, so their names must hold nothing the rule removes; data nodes may carry
+// a sheet column's name, which only has its blanks replaced.
+std::string nameProblem(int kind, std::string_view name) {
+    if (name.empty()) return "needs a name";
+    const bool cleanedByRule = !isDataKind(kind);
+    for (std::size_t i = 0; i < name.size();) {
+        char32_t c;
+        const std::size_t len = decodeUtf8(name, i, c);
+        const std::string_view ch = name.substr(i, len);
+        if (c <= 0x20 || (c >= 0x7F && c <= 0x9F))
+            return "has the name " + quoted(name) + ", which cannot hold " +
+                   (c == ' ' ? std::string("a blank") : describeChar(c));
+        if (cleanedByRule && !isCleanName(ch))
+            return "has the name " + quoted(name) + ", which cannot hold \"" + std::string(ch) +
+                   "\"";
+        i += len;
+    }
+    return {};
+}
+
+bool isColumnNumber(std::string_view column) {
+    return !column.empty() && column.size() <= kMaxColumnDigits &&
+           column.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool isBlank(std::string_view s) {
+    return s.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+// ---- writing -------------------------------------------------------------------------
+
+// Where a node stands in messages about writing it.
+std::string describeNode(const char* tag, std::string_view name) {
+    return std::string("<") + tag + " name=" + quoted(name) + ">";
+}
+
+// Checks one string before it is written; throws when XML cannot carry it.
+void checkWritable(std::string_view text, const std::string& what) {
+    XmlCharProblem p;
+    if (findNonXmlChar(text, p))
+        refuse(0, what + " holds " + describeChar(p.code) + ", which a layout file cannot hold");
+}
+
+void checkName(int kind, const char* tag, std::string_view name) {
+    checkWritable(name, "the name of <" + std::string(tag) + ">");
+    const std::string problem = nameProblem(kind, name);
+    if (!problem.empty()) refuse(0, "<" + std::string(tag) + "> " + problem);
+}
+
+void appendAttribute(std::string& out, const char* key, std::string_view value) {
+    out += ' ';
+    out += key;
+    out += "=\"";
+    appendXmlAttribute(out, value);
+    out += '"';
+}
+
+// Appends one node's start tag (self-closing when it has no children).
+void appendNode(std::string& out, const NodeTable& t, const LayoutNode& n, int depth) {
+    const char* tag = tagOfKind(n.kind);
+    if (!tag)
+        refuse(0, "a node of kind " + std::to_string(n.kind) + " cannot stand below the root");
+    const int r = nodeNumber(n.key);
+    const std::string& name = t.cell(r, 1);
+    checkName(n.kind, tag, name);
+    if (isAttributeKind(n.kind) && !n.children.empty())
+        refuse(0, "the attribute " + describeNode(tag, name) + " has children");
+    if (isAttributeKind(n.kind) && depth == 1)
+        refuse(0, "the attribute " + describeNode(tag, name) + " stands directly under the root");
+    if (depth > kMaxDepth) refuse(0, "the layout nests deeper than " + std::to_string(kMaxDepth));
+    out.append(static_cast<std::size_t>(depth + 1) * 2, ' ');
+    out += '<';
+    out += tag;
+    appendAttribute(out, "name", name);
+    if (isDataKind(n.kind)) {
+        const std::string& column = t.cell(r, 3);
+        if (!isColumnNumber(column))
+            refuse(0, describeNode(tag, name) + " is bound to the column " + quoted(column) +
+                          ", which is not a column number");
+        appendAttribute(out, "column", column);
+    } else {
+        const std::string& value = t.cell(r, 2);
+        checkWritable(value, "the value of " + describeNode(tag, name));
+        appendAttribute(out, "value", value);
+    }
+    out += n.children.empty() ? "/>\n" : ">\n";
+}
+
+// Appends the nodes below the root in document order, depth-first without
+// recursion: a stack entry with close set writes the end tag of its node.
+void appendNodesBelow(std::string& out, const NodeTable& t, const LayoutNode& root) {
+    struct Item {
+        const LayoutNode* node;
+        int depth;
+        bool close;
+    };
+    std::vector<Item> stack;
+    for (auto it = root.children.rbegin(); it != root.children.rend(); ++it)
+        stack.push_back({*it, 1, false});
+    while (!stack.empty()) {
+        const Item item = stack.back();
+        stack.pop_back();
+        if (item.close) {
+            out.append(static_cast<std::size_t>(item.depth + 1) * 2, ' ');
+            out += "</";
+            out += tagOfKind(item.node->kind);
+            out += ">\n";
+            continue;
+        }
+        appendNode(out, t, *item.node, item.depth);
+        if (item.node->children.empty()) continue;
+        stack.push_back({item.node, item.depth, true});
+        for (auto it = item.node->children.rbegin(); it != item.node->children.rend(); ++it)
+            stack.push_back({*it, item.depth + 1, false});
     }
 }
 
@@ -299,145 +197,192 @@ std::string layoutFileText(const LayoutTree& tree) {
     const NodeTable& t = tree.table();
     const LayoutNode* doc = tree.documentNode();
     const LayoutNode* root = doc && !doc->children.empty() ? doc->children.front() : nullptr;
+    if (!root) refuse(0, "the layout has no root element");
+
     std::string out =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rowquill-layout version=\"1\">\n";
+    checkWritable(tree.stylesheet, "the stylesheet instruction");
+    checkWritable(tree.doctype, "the DOCTYPE");
+    checkWritable(doc->text, "the prolog");
     out += "  <prolog";
-    if (!tree.stylesheet.empty()) out += " stylesheet=\"" + escaped(tree.stylesheet, true) + "\"";
-    if (!tree.doctype.empty()) out += " doctype=\"" + escaped(tree.doctype, true) + "\"";
-    out += ">" + escaped(doc ? doc->text : std::string(kXmlDeclaration), false) + "</prolog>\n";
-    if (!root) {
-        out += "</rowquill-layout>\n";
-        return out;
-    }
-    const int rootRow = nodeNumber(root->key);
-    out += "  <root name=\"" + escaped(t.rows() > rootRow ? t.cell(rootRow, 1) : "", true) + "\"";
-    if (!tree.rootAttributes.empty())
-        out += " attributes=\"" + escaped(tree.rootAttributes, true) + "\"";
-    out += root->children.empty() ? "/>\n" : ">\n";
+    if (!tree.stylesheet.empty()) appendAttribute(out, "stylesheet", tree.stylesheet);
+    if (!tree.doctype.empty()) appendAttribute(out, "doctype", tree.doctype);
+    out += '>';
+    appendXmlText(out, doc->text);
+    out += "</prolog>\n";
 
-    // Pre-order walk with an explicit stack; a null entry closes the element
-    // below it on the stack.
-    struct Item {
-        const LayoutNode* node;
-        bool close;
-    };
-    std::vector<Item> stack;
-    for (auto it = root->children.rbegin(); it != root->children.rend(); ++it)
-        stack.push_back({*it, false});
-    int depth = 2;
-    while (!stack.empty()) {
-        Item item = stack.back();
-        stack.pop_back();
-        const LayoutNode* n = item.node;
-        if (item.close) {
-            --depth;
-            out += std::string(static_cast<std::size_t>(depth) * 2, ' ') + "</" +
-                   tagOfKind(n->kind) + ">\n";
-            continue;
-        }
-        const int r = nodeNumber(n->key);
-        const std::string name = r < t.rows() ? t.cell(r, 1) : std::string();
-        out += std::string(static_cast<std::size_t>(depth) * 2, ' ') + "<" + tagOfKind(n->kind) +
-               " name=\"" + escaped(name, true) + "\"";
-        if (isDataKind(n->kind))
-            out += " column=\"" + escaped(r < t.rows() ? t.cell(r, 3) : "", true) + "\"";
-        else
-            out += " value=\"" + escaped(r < t.rows() ? t.cell(r, 2) : "", true) + "\"";
-        if (n->children.empty() || isAttributeKind(n->kind)) {
-            out += "/>\n";
-            continue;
-        }
+    const std::string& rootName = t.cell(nodeNumber(root->key), 1);
+    checkName(kKindDocument, "root", rootName);
+    checkWritable(tree.rootAttributes, "the root's attribute text");
+    out += "  <root";
+    appendAttribute(out, "name", rootName);
+    if (!tree.rootAttributes.empty()) appendAttribute(out, "attributes", tree.rootAttributes);
+    if (root->children.empty()) {
+        out += "/>\n";
+    } else {
         out += ">\n";
-        ++depth;
-        stack.push_back({n, true});
-        for (auto it = n->children.rbegin(); it != n->children.rend(); ++it)
-            stack.push_back({*it, false});
+        appendNodesBelow(out, t, *root);
+        out += "  </root>\n";
     }
-    out += "  </root>\n</rowquill-layout>\n";
+    out += "</rowquill-layout>\n";
     return out;
 }
 
-bool saveLayoutFile(const std::string& path, const LayoutTree& tree) {
-    return writeFileAtomically(path, layoutFileText(tree));
+bool saveLayoutFile(const std::string& path, const LayoutTree& tree, std::string* error) {
+    std::string text;
+    try {
+        text = layoutFileText(tree);
+    } catch (const LayoutFileError& e) {
+        if (error) *error = "Cannot write the layout file " + path + ": " + e.what();
+        return false;
+    }
+    AtomicFile f;
+    if (f.open(path) && f.write(text) && f.commit()) return true;
+    if (error) *error = f.error();
+    return false;
 }
 
-// ---- reading -----------------------------------------------------------------------
+// ---- reading -------------------------------------------------------------------------
 
 namespace {
 
-[[noreturn]] void refuse(const XmlElement& e, const std::string& what) {
-    throw LayoutFileError("line " + std::to_string(e.line) + ": " + what, e.line);
+// Refuses every XML attribute of e other than the two allowed ones.
+void checkKeys(const XmlElement& e, std::string_view a, std::string_view b = {}) {
+    for (const XmlAttribute& x : e.attributes)
+        if (x.name != a && x.name != b)
+            refuse(e.line, "<" + e.name + "> cannot have the attribute " + quoted(x.name));
 }
 
-bool isBlankText(const std::string& s) {
-    return s.find_first_not_of(" \t\r\n") == std::string::npos;
+void checkNoText(const XmlElement& e) {
+    if (!isBlank(e.text)) refuse(e.line, "<" + e.name + "> cannot hold text");
 }
 
-int kindOfTag(const std::string& tag) {
-    if (tag == "element") return kKindElement;
-    if (tag == "data-element") return kKindDataElement;
-    if (tag == "attribute") return kKindAttribute;
-    if (tag == "data-attribute") return kKindDataAttribute;
-    return 0;
+// Checks one layout node below the root; depth 1 is a child of the root.
+void checkNode(const XmlElement& e, int depth) {
+    const int kind = kindOfTag(e.name);
+    if (!kind) refuse(e.line, "unknown tag <" + e.name + ">");
+    if (depth > kMaxDepth)
+        refuse(e.line, "the layout nests deeper than " + std::to_string(kMaxDepth));
+    checkKeys(e, "name", isDataKind(kind) ? "column" : "value");
+    const std::string* name = e.attribute("name");
+    const std::string problem = nameProblem(kind, name ? *name : std::string());
+    if (!problem.empty()) refuse(e.line, "<" + e.name + "> " + problem);
+    if (isDataKind(kind)) {
+        const std::string* column = e.attribute("column");
+        if (!column) refuse(e.line, "<" + e.name + "> needs a column");
+        if (!isColumnNumber(*column))
+            refuse(e.line, "the column " + quoted(*column) + " is not a column number (0 to " +
+                               std::string(kMaxColumnDigits, '9') + ")");
+    }
+    if (isAttributeKind(kind) && depth == 1)
+        refuse(e.line, "an attribute cannot be placed directly under the root element");
+    if (isAttributeKind(kind) && !e.children.empty())
+        refuse(e.line, "an attribute cannot have children");
+    checkNoText(e);
 }
 
-// Checks every layout element below root before anything is built.
-void validate(const std::vector<XmlElement>& els, int root) {
-    std::vector<int> todo = {root};
+// Checks every node below the root before anything is built.
+void checkNodesBelow(const XmlDocument& doc, std::size_t root) {
+    std::vector<std::pair<std::size_t, int>> todo;
+    for (std::size_t c : doc.at(root).children) todo.emplace_back(c, 1);
     while (!todo.empty()) {
-        const XmlElement& parent = els[static_cast<std::size_t>(todo.back())];
-        const bool parentIsRoot = todo.back() == root;
+        const auto [index, depth] = todo.back();
         todo.pop_back();
-        if (!isBlankText(parent.text)) refuse(parent, "unexpected text in <" + parent.name + ">");
-        for (int ci : parent.children) {
-            const XmlElement& c = els[static_cast<std::size_t>(ci)];
-            const int kind = kindOfTag(c.name);
-            if (!kind) refuse(c, "unknown tag <" + c.name + ">");
-            if (isAttributeKind(kind) && parentIsRoot)
-                refuse(c, "an attribute cannot be placed directly under the root element");
-            if (isAttributeKind(kind) && (!c.children.empty() || !isBlankText(c.text)))
-                refuse(c, "an attribute cannot have children");
+        checkNode(doc.at(index), depth);
+        for (std::size_t c : doc.at(index).children) todo.emplace_back(c, depth + 1);
+    }
+}
+
+struct Parts {
+    const XmlElement* prolog = nullptr;
+    std::size_t root = 0;
+};
+
+// Checks the document element, the prolog and the root; returns them.
+Parts checkFrame(const XmlDocument& doc) {
+    const XmlElement& top = doc.root();
+    if (top.name != kTopTag)
+        refuse(top.line, "this is not a layout file (the document element is <" + top.name + ">)");
+    checkKeys(top, "version");
+    if (const std::string* v = top.attribute("version"); v && *v != "1")
+        refuse(top.line, "layout file version " + quoted(*v) + " is not supported");
+    checkNoText(top);
+    Parts parts;
+    bool haveRoot = false;
+    for (std::size_t ci : top.children) {
+        const XmlElement& c = doc.at(ci);
+        if (c.name == "prolog" && !parts.prolog) {
+            checkKeys(c, "stylesheet", "doctype");
+            if (!c.children.empty()) refuse(c.line, "<prolog> holds text only");
+            parts.prolog = &c;
+        } else if (c.name == "root" && !haveRoot) {
+            checkKeys(c, "name", "attributes");
             const std::string* name = c.attribute("name");
-            if (!name || name->empty()) refuse(c, "<" + c.name + "> needs a name");
-            if (isDataKind(kind)) {
-                const std::string* col = c.attribute("column");
-                if (!col) refuse(c, "<" + c.name + "> needs a column");
-                if (col->size() > 9 || col->find_first_not_of("0123456789") != std::string::npos)
-                    refuse(c, "the column \"" + *col + "\" is not a column number");
-            }
-            todo.push_back(ci);
+            const std::string problem = nameProblem(kKindDocument, name ? *name : std::string());
+            if (!problem.empty()) refuse(c.line, "<root> " + problem);
+            checkNoText(c);
+            parts.root = ci;
+            haveRoot = true;
+        } else {
+            refuse(c.line, c.name == "prolog" || c.name == "root" ? "a second <" + c.name + ">"
+                                                                  : "unknown tag <" + c.name + ">");
         }
+    }
+    if (!haveRoot) refuse(top.line, "the layout has no <root>");
+    return parts;
+}
+
+std::string displayText(int kind, const std::string& name, const std::string& value) {
+    switch (kind) {
+        case kKindElement:
+            return elementText(name, value);
+        case kKindDataElement:
+            return "<" + name + ">";
+        case kKindAttribute:
+            return attributeText(name, value);
+        default:
+            return dataAttributeText(name);
+    }
+}
+
+// Adds the nodes below the root in document order, so that keys follow it.
+void buildNodesBelow(const XmlDocument& doc, std::size_t root, LayoutTree& tree,
+                     LayoutNode* rootNode) {
+    NodeTable& t = tree.table();
+    std::vector<std::pair<std::size_t, LayoutNode*>> todo;
+    const auto& top = doc.at(root).children;
+    for (auto it = top.rbegin(); it != top.rend(); ++it) todo.emplace_back(*it, rootNode);
+    while (!todo.empty()) {
+        auto [index, parent] = todo.back();
+        todo.pop_back();
+        const XmlElement& e = doc.at(index);
+        const int kind = kindOfTag(e.name);
+        const std::string& name = *e.attribute("name");
+        const std::string* v = e.attribute(isDataKind(kind) ? "column" : "value");
+        const std::string value = v ? *v : std::string();
+        const int row = t.rows() - 1;
+        t.setCell(row, 1, name);
+        t.setCell(row, isDataKind(kind) ? 3 : 2, value);
+        t.grow();
+        LayoutNode* node = tree.add(parent, Relation::LastChild, tree.newKey(),
+                                    displayText(kind, name, value), kind);
+        node->expanded = !e.children.empty();
+        for (auto it = e.children.rbegin(); it != e.children.rend(); ++it)
+            todo.emplace_back(*it, node);
     }
 }
 
 }  // namespace
 
 void readLayoutText(std::string_view text, LayoutTree& tree, const DataSheet* sheet) {
-    std::vector<XmlElement> els = XmlReader(text).parse();
-    const XmlElement& top = els[0];
-    if (top.name != "rowquill-layout")
-        refuse(top, "this is not a layout file (the document element is <" + top.name + ">)");
-    if (const std::string* v = top.attribute("version"); v && *v != "1")
-        refuse(top, "layout file version " + *v + " is not supported");
-    int prolog = -1, root = -1;
-    for (int ci : top.children) {
-        const XmlElement& c = els[static_cast<std::size_t>(ci)];
-        if (c.name == "prolog" && prolog < 0) {
-            if (!c.children.empty()) refuse(c, "<prolog> holds text only");
-            prolog = ci;
-        } else if (c.name == "root" && root < 0) {
-            root = ci;
-        } else {
-            refuse(c, c.name == "prolog" || c.name == "root" ? "a second <" + c.name + ">"
-                                                             : "unknown tag <" + c.name + ">");
-        }
+    XmlDocument doc;
+    try {
+        doc = readXml(text);
+    } catch (const XmlError& e) {
+        throw LayoutFileError(e.what(), e.line());
     }
-    if (!isBlankText(top.text)) refuse(top, "unexpected text in <rowquill-layout>");
-    if (root < 0) refuse(top, "the layout has no <root>");
-    const XmlElement& r = els[static_cast<std::size_t>(root)];
-    const std::string* rootName = r.attribute("name");
-    if (!rootName || rootName->empty()) refuse(r, "<root> needs a name");
-    validate(els, root);
+    const Parts parts = checkFrame(doc);
+    checkNodesBelow(doc, parts.root);
 
     // Nothing can fail from here on: the tree is replaced.
     tree.clear();
@@ -452,67 +397,43 @@ void readLayoutText(std::string_view text, LayoutTree& tree, const DataSheet* sh
         }
     NodeTable& t = tree.table();
     t.setRows(0);
-    t.setRows(2);
+    t.setRows(3);  // rows 0 and 1 stay empty; row 2 is the root's
 
-    const XmlElement* pe = prolog >= 0 ? &els[static_cast<std::size_t>(prolog)] : nullptr;
-    tree.stylesheet = pe && pe->attribute("stylesheet") ? *pe->attribute("stylesheet") : "";
-    tree.doctype = pe && pe->attribute("doctype") ? *pe->attribute("doctype") : "";
+    const XmlElement* pe = parts.prolog;
+    const XmlElement& r = doc.at(parts.root);
+    const std::string* stylesheet = pe ? pe->attribute("stylesheet") : nullptr;
+    const std::string* doctype = pe ? pe->attribute("doctype") : nullptr;
     const std::string* attrs = r.attribute("attributes");
-    tree.rootAttributes = attrs ? *attrs : "";
+    tree.stylesheet = stylesheet ? *stylesheet : std::string();
+    tree.doctype = doctype ? *doctype : std::string();
+    tree.rootAttributes = attrs ? *attrs : std::string();
 
+    const std::string& rootName = *r.attribute("name");
+    LayoutNode* docNode = tree.add(nullptr, Relation::LastChild, tree.newKey(),
+                                   pe ? pe->text : documentNodeText(tree), kKindDocument);
+    docNode->expanded = true;
+    t.setCell(2, 1, rootName);
     t.grow();
-    LayoutNode* doc = tree.add(nullptr, Relation::LastChild, tree.newKey(),
-                               pe ? pe->text : documentNodeText(tree), kKindDocument);
-    doc->expanded = true;
-    t.setCell(t.rows() - 1, 1, *rootName);
-    t.grow();
-    LayoutNode* rootNode = tree.add(doc, Relation::LastChild, tree.newKey(),
-                                    "<" + *rootName + tree.rootAttributes + ">", kKindDocument);
+    LayoutNode* rootNode = tree.add(docNode, Relation::LastChild, tree.newKey(),
+                                    "<" + rootName + tree.rootAttributes + ">", kKindDocument);
     rootNode->expanded = true;
-
-    // Pre-order, so that keys follow document order.
-    std::vector<std::pair<int, LayoutNode*>> todo;
-    for (auto it = r.children.rbegin(); it != r.children.rend(); ++it)
-        todo.emplace_back(*it, rootNode);
-    while (!todo.empty()) {
-        auto [ei, parent] = todo.back();
-        todo.pop_back();
-        const XmlElement& e = els[static_cast<std::size_t>(ei)];
-        const int kind = kindOfTag(e.name);
-        const std::string& name = *e.attribute("name");
-        const std::string* v = e.attribute(isDataKind(kind) ? "column" : "value");
-        const std::string value = v ? *v : "";
-        const int row = t.rows() - 1;
-        t.setCell(row, 1, name);
-        t.setCell(row, isDataKind(kind) ? 3 : 2, value);
-        t.grow();
-        std::string display = kind == kKindElement       ? elementText(name, value)
-                              : kind == kKindDataElement ? "<" + name + ">"
-                              : kind == kKindAttribute   ? attributeText(name, value)
-                                                         : dataAttributeText(name);
-        LayoutNode* node = nullptr;
-        if (isAttributeKind(kind)) {
-            // Attributes go before the first element among their siblings.
-            auto firstElement =
-                std::find_if(parent->children.begin(), parent->children.end(),
-                             [](const LayoutNode* n) { return !isAttributeKind(n->kind); });
-            if (firstElement != parent->children.end())
-                node = tree.add(*firstElement, Relation::Previous, tree.newKey(), display, kind);
-        }
-        if (!node) node = tree.add(parent, Relation::LastChild, tree.newKey(), display, kind);
-        node->expanded = !e.children.empty();
-        for (auto it = e.children.rbegin(); it != e.children.rend(); ++it)
-            todo.emplace_back(*it, node);
-    }
+    buildNodesBelow(doc, parts.root, tree, rootNode);
 }
 
 void loadLayoutFile(const std::string& path, LayoutTree& tree, const DataSheet* sheet) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw LayoutFileError("Cannot open the layout file " + path, 0);
-    std::ostringstream s;
-    s << in.rdbuf();
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> f(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (!f)
+        throw LayoutFileError("Cannot open the layout file " + path + ": " + std::strerror(errno),
+                              0);
+    std::string text;
+    char buf[1 << 16];
+    std::size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f.get())) > 0) text.append(buf, n);
+    if (std::ferror(f.get()))
+        throw LayoutFileError("Cannot read the layout file " + path + ": " + std::strerror(errno),
+                              0);
     try {
-        readLayoutText(s.str(), tree, sheet);
+        readLayoutText(text, tree, sheet);
     } catch (const LayoutFileError& e) {
         throw LayoutFileError(path + ", " + e.what(), e.line());
     }

@@ -136,13 +136,6 @@ std::vector<LayoutNode*> LayoutTree::preorder() const {
     return out;
 }
 
-LayoutNode* LayoutTree::nextSiblingOf(LayoutNode* node) {
-    auto& sib = siblingsOf(node);
-    auto it = std::find(sib.begin(), sib.end(), node);
-    if (it == sib.end() || ++it == sib.end()) return nullptr;
-    return *it;
-}
-
 std::string LayoutTree::newKey() {
     ++keyCounter;
     return std::to_string(keyCounter) + "_";
@@ -159,27 +152,26 @@ void LayoutTree::renumber() {
     }
     LayoutNode* doc = documentNode();
     if (doc) {
-        // Pre-order walk from the document node: first child, else next
-        // sibling, else the next sibling of the nearest ancestor that has one.
-        doc->key = std::to_string(numberingCounter) + "__";
-        ++numberingCounter;
-        LayoutNode* cur = doc;
-        for (;;) {
-            LayoutNode* next = nullptr;
-            if (!cur->children.empty()) {
-                next = cur->children.front();
-            } else {
-                for (LayoutNode* a = cur; a; a = a->parent) {
-                    if (LayoutNode* s = nextSiblingOf(a)) {
-                        next = s;
-                        break;
-                    }
-                }
-            }
-            if (!next) break;
-            next->key = std::to_string(numberingCounter) + "__";
+        // Pre-order walk from the document node: its subtree, then what follows
+        // it and each of its ancestors among their siblings. The stack holds the
+        // nodes still to visit, the next one on top.
+        std::vector<LayoutNode*> stack;
+        std::vector<LayoutNode*> path;
+        for (LayoutNode* a = doc; a; a = a->parent) path.push_back(a);
+        for (auto a = path.rbegin(); a != path.rend(); ++a) {
+            auto& sib = siblingsOf(*a);
+            auto at = std::find(sib.begin(), sib.end(), *a);
+            if (at == sib.end()) continue;
+            for (auto it = sib.end(); it != at + 1;) stack.push_back(*--it);
+        }
+        stack.push_back(doc);
+        while (!stack.empty()) {
+            LayoutNode* n = stack.back();
+            stack.pop_back();
+            n->key = std::to_string(numberingCounter) + "__";
             ++numberingCounter;
-            cur = next;
+            for (auto it = n->children.rbegin(); it != n->children.rend(); ++it)
+                stack.push_back(*it);
         }
     }
     numberingCounter = 1;

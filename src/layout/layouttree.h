@@ -124,7 +124,6 @@ class LayoutTree {
     NodeTable table_;
 
     std::vector<LayoutNode*>& siblingsOf(LayoutNode* node);
-    LayoutNode* nextSiblingOf(LayoutNode* node);
 };
 
 // The node number of a key: every "_" removed, the rest read as a whole

@@ -44,4 +44,16 @@ std::string cleanTagName(std::string_view typed) {
     return out;
 }
 
+bool isCleanName(std::string_view name) {
+    if (name.empty()) return false;
+    for (std::size_t i = 0; i < name.size();) {
+        char32_t ch;
+        std::size_t len = decodeUtf8(name, i, ch);
+        int code = unicodeToCp1252(ch);
+        if (ch == ' ' || (code >= 0 && removedCode(code))) return false;
+        i += len;
+    }
+    return true;
+}
+
 }  // namespace rq

@@ -18,4 +18,9 @@ std::string cleanTagName(std::string_view typed);
 // character.
 std::string repairFirstCharacter(std::string_view name);
 
+// True when name is not empty and holds no blank and no character the rule
+// above removes. The first-character repair is left out: a name the rule has
+// made may still begin with a digit, "-" or ":".
+bool isCleanName(std::string_view name);
+
 }  // namespace rq
