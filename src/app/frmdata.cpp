@@ -48,6 +48,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
         Dialogs::exec(box);
     });
 
+    connectLayoutCommands();
     state_.tempFolder = makefold("sdat");
     resetToStartup();
 }
@@ -110,12 +111,7 @@ void Frmdata::buildBody(bool realBrowsers) {
                 showPosition();
             });
 
-    layoutView_ = new LayoutView(state_.tree, this);
-    connect(layoutView_, &LayoutView::refreshRequested, this, [this] {
-        initree(state_.tree, state_.sheet);
-        layoutView_->rebuild();
-        generateView_->cmdsedfinbol();
-    });
+    layoutView_ = new LayoutView(state_, this);
     connect(layoutView_, &LayoutView::tagSelected, this, [this](bool on) {
         if (on) enabfoc(true);
     });

@@ -319,7 +319,14 @@ void GenerateView::showPreviewFile() {
     const std::string path =
         showfinshxml(state_.tempFolder, std::string_view(text.constData(), text.size()),
                      combotxt(combo1_->currentIndex()), convertSymbols());
-    if (!path.empty()) brwWebBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(path)));
+    if (path.empty()) return;
+    const QString file = QString::fromStdString(path);
+    // Without symbol conversion the file is code page 1252 and its declaration
+    // names no encoding: the browser is told.
+    if (convertSymbols())
+        brwWebBrowser_->navigate(QUrl::fromLocalFile(file));
+    else
+        brwWebBrowser_->showFile(file, QStringLiteral("text/xml;charset=windows-1252"));
 }
 
 void GenerateView::generateSingle() {
