@@ -20,16 +20,22 @@
 
 namespace rq::testing {
 
+// Shows the window and makes it the active one, so that keys reach the tree's
+// shortcuts.
+inline void showActive(ui::Frmdata& w) {
+    w.resize(1000, 700);
+    w.show();
+    w.activateWindow();
+    if (!QTest::qWaitForWindowActive(&w)) qWarning("the window did not become active");
+}
+
 // A shown window whose sheet has the given header and records, with the
 // default layout built by switching to the XML Layout view.
 inline std::unique_ptr<ui::Frmdata> designerWindow(
     const std::vector<std::string>& header = {"ID", "Name", "Qty"},
     const std::vector<std::vector<std::string>>& records = {{"1", "Ann", "3"}}) {
     auto w = std::make_unique<ui::Frmdata>(false);
-    w->resize(1000, 700);
-    w->show();
-    w->activateWindow();
-    if (!QTest::qWaitForWindowActive(w.get())) qWarning("the window did not become active");
+    showActive(*w);
     DataSheet& sheet = w->state().sheet;
     sheet.reset(header);
     for (const auto& r : records) {

@@ -132,7 +132,7 @@ class LayoutFilesTest : public QObject {
         if (!QFile::exists(kOrders)) QSKIP("example missing");
         QTemporaryDir dir;
         Frmdata w(false);
-        w.show();
+        showActive(w);
         QVERIFY(openOrders(w));
         design(w, attributeLast);
         const QString layout = dir.filePath("orders.rqlayout");
@@ -178,7 +178,7 @@ class LayoutFilesTest : public QObject {
         QByteArray document;
         {
             Frmdata w(false);
-            w.show();
+            showActive(w);
             QVERIFY(openOrders(w));
             design(w);
             shape = treeShape(w.layoutView());
@@ -187,7 +187,7 @@ class LayoutFilesTest : public QObject {
             w.action("mnusavelayout")->trigger();
         }
         Frmdata w(false);
-        w.show();
+        showActive(w);
         QVERIFY(openOrders(w));
         const QString defaultShape = treeShape(w.layoutView());
         Dialogs::setNextFileName(layout);
