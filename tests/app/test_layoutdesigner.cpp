@@ -114,21 +114,12 @@ class LayoutDesignerTest : public QObject {
                                      << QByteArray(
                                             "\t\t<row>\r\n\t\t\t<ID>1<Name>Ann</Name></ID>"
                                             "\r\n\t\t\t<Qty>3</Qty></row>\r\n");
-        QTest::newRow("up, first child") << false << "4_"
-                                         << "tool:up"
-                                         << "" << kDefaultRecord;
         QTest::newRow("left, child of the root") << false << "3_"
                                                  << "key:Alt+Left"
                                                  << "" << kDefaultRecord;
         QTest::newRow("up, below an attribute") << true << "4_"
                                                 << "tool:up"
                                                 << "" << attrRecord;
-        QTest::newRow("right, attribute before") << true << "4_"
-                                                 << "key:Alt+Right"
-                                                 << "" << attrRecord;
-        QTest::newRow("left, attribute of the record") << true << "5_"
-                                                       << "menu:mnumovetagleft"
-                                                       << "" << attrRecord;
         QTest::newRow("new element, document node")
             << false << "1_"
             << "key:Ins"
@@ -147,9 +138,6 @@ class LayoutDesignerTest : public QObject {
         QTest::newRow("delete, root") << false << "2_"
                                       << "key:Del"
                                       << "" << kDefaultRecord;
-        QTest::newRow("delete, document node") << false << "1_"
-                                               << "tool:Delete"
-                                               << "" << kDefaultRecord;
         QTest::newRow("delete, record element") << false << "3_"
                                                 << "tool:Delete"
                                                 << "<document>" << QByteArray();
@@ -240,12 +228,6 @@ class LayoutDesignerTest : public QObject {
         QTest::newRow("onto the root") << false << "6_"
                                        << "2_"
                                        << "" << kDefaultRecord;
-        QTest::newRow("onto the document node") << false << "6_"
-                                                << "1_"
-                                                << "" << kDefaultRecord;
-        QTest::newRow("onto its own child") << false << "3_"
-                                            << "4_"
-                                            << "" << kDefaultRecord;
         QTest::newRow("element onto element")
             << false << "6_"
             << "5_"
