@@ -38,7 +38,39 @@ LayoutView::LayoutView(AppState& state, QWidget* parent) : QWidget(parent), stat
     undo_ = new QUndoStack(this);
     undo_->setObjectName(QStringLiteral("layoutUndoStack"));
     buildToolbar();
+    buildTree();
 
+    properties_ = new TagPropertiesPanel(this);
+    connect(properties_, &TagPropertiesPanel::nameEdited, this, &LayoutView::nameEdited);
+    connect(properties_, &TagPropertiesPanel::valueEdited, this, &LayoutView::valueEdited);
+    connect(properties_, &TagPropertiesPanel::makeElementClicked, this, &LayoutView::makeElement);
+    connect(properties_, &TagPropertiesPanel::makeAttributeClicked, this,
+            &LayoutView::makeAttribute);
+
+    buildColumnPanel();
+    auto* propertyColumn = new QWidget(this);
+    auto* propertyLayout = new QVBoxLayout(propertyColumn);
+    propertyLayout->setContentsMargins(0, 0, 0, 0);
+    propertyLayout->addWidget(columnPanel_, 1);
+    propertyLayout->addWidget(properties_);
+    propertyLayout->addStretch();
+
+    splitter_ = new QSplitter(Qt::Horizontal, this);
+    splitter_->setObjectName(QStringLiteral("layoutSplitter"));
+    splitter_->setChildrenCollapsible(false);
+    splitter_->addWidget(tree_);
+    splitter_->addWidget(propertyColumn);
+    splitter_->setStretchFactor(0, 3);
+    splitter_->setStretchFactor(1, 2);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(toolbar_);
+    layout->addWidget(splitter_, 1);
+    buildShortcuts();
+}
+
+void LayoutView::buildTree() {
     model_ = new LayoutTreeModel(state_.tree, this);
     model_->setDropHandler([this](LayoutNode* dragged, LayoutNode* target) {
         bool dropped = false;
@@ -76,35 +108,6 @@ LayoutView::LayoutView(AppState& state, QWidget* parent) : QWidget(parent), stat
     connect(tree_, &QTreeView::collapsed, this, [this](const QModelIndex& i) {
         if (LayoutNode* n = model_->nodeAt(i)) n->expanded = false;
     });
-
-    properties_ = new TagPropertiesPanel(this);
-    connect(properties_, &TagPropertiesPanel::nameEdited, this, &LayoutView::nameEdited);
-    connect(properties_, &TagPropertiesPanel::valueEdited, this, &LayoutView::valueEdited);
-    connect(properties_, &TagPropertiesPanel::makeElementClicked, this, &LayoutView::makeElement);
-    connect(properties_, &TagPropertiesPanel::makeAttributeClicked, this,
-            &LayoutView::makeAttribute);
-
-    buildColumnPanel();
-    auto* propertyColumn = new QWidget(this);
-    auto* propertyLayout = new QVBoxLayout(propertyColumn);
-    propertyLayout->setContentsMargins(0, 0, 0, 0);
-    propertyLayout->addWidget(columnPanel_, 1);
-    propertyLayout->addWidget(properties_);
-    propertyLayout->addStretch();
-
-    splitter_ = new QSplitter(Qt::Horizontal, this);
-    splitter_->setObjectName(QStringLiteral("layoutSplitter"));
-    splitter_->setChildrenCollapsible(false);
-    splitter_->addWidget(tree_);
-    splitter_->addWidget(propertyColumn);
-    splitter_->setStretchFactor(0, 3);
-    splitter_->setStretchFactor(1, 2);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(toolbar_);
-    layout->addWidget(splitter_, 1);
-    buildShortcuts();
 }
 
 void LayoutView::buildToolbar() {
@@ -174,6 +177,11 @@ void LayoutView::buildColumnPanel() {
     connect(ok, &QPushButton::clicked, this, &LayoutView::confirmDataElement);
     connect(cancel, &QPushButton::clicked, columnPanel_, &QWidget::hide);
     connect(columnList_, &QListWidget::itemActivated, this, &LayoutView::confirmDataElement);
+    auto* escape = new QAction(columnList_);
+    escape->setShortcut(QKeySequence(Qt::Key_Escape));
+    escape->setShortcutContext(Qt::WidgetShortcut);
+    connect(escape, &QAction::triggered, columnPanel_, &QWidget::hide);
+    columnList_->addAction(escape);
     columnPanel_->hide();
 }
 

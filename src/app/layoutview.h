@@ -84,6 +84,7 @@ class LayoutView : public QWidget {
     void nameEdited(const QString& name, const QString& value);
     void valueEdited(const QString& name, const QString& value);
     void buildToolbar();
+    void buildTree();
     void buildColumnPanel();
     void buildShortcuts();
 

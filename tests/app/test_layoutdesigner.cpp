@@ -210,7 +210,8 @@ class LayoutDesignerTest : public QObject {
         QTest::keyClick(list, Qt::Key_Return);
         QCOMPARE(treeShape(v), before);
         QVERIFY(v->columnPanel()->isVisible());
-        QTest::mouseClick(v->findChild<QPushButton*>("cmdlstcancel"), Qt::LeftButton);
+        list->setFocus();
+        QTest::keyClick(list, Qt::Key_Escape);
         QVERIFY(v->columnPanel()->isHidden());
     }
 
