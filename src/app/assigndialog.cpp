@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "app/dialogs.h"
-#include "generate/prolog.h"
+#include "layout/prolog.h"
 
 namespace rq::ui {
 

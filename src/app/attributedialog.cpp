@@ -14,7 +14,7 @@ namespace rq::ui {
 namespace {
 
 QString cleanAttributeName(const QString& typed) {
-    return QString::fromStdString(attributeNameRule(typed.toStdString()));
+    return QString::fromStdString(cleanTagName(typed.toStdString()));
 }
 
 }  // namespace

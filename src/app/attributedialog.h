@@ -6,7 +6,7 @@
 #include <QDialog>
 #include <vector>
 
-#include "generate/prolog.h"
+#include "layout/prolog.h"
 
 class QLineEdit;
 class QPushButton;

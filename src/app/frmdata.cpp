@@ -63,28 +63,28 @@ void Frmdata::buildBody(bool realBrowsers) {
     // Table-list panel: its toolbar and the lists of the two source kinds.
     listPanel_ = new QWidget(this);
     listPanel_->setObjectName(QStringLiteral("lstpanel"));
-    toolbar2_ = new QToolBar(listPanel_);
-    toolbar2_->setObjectName(QStringLiteral("Toolbar2"));
-    toolbar2_->setIconSize(QSize(14, 14));
-    QAction* hide = toolbar2_->addAction(style()->standardIcon(QStyle::SP_TitleBarCloseButton),
-                                         QStringLiteral("Hide"));
+    tableListToolbar_ = new QToolBar(listPanel_);
+    tableListToolbar_->setObjectName(QStringLiteral("Toolbar2"));
+    tableListToolbar_->setIconSize(QSize(14, 14));
+    QAction* hide = tableListToolbar_->addAction(
+        style()->standardIcon(QStyle::SP_TitleBarCloseButton), QStringLiteral("Hide"));
     hide->setObjectName(QStringLiteral("lstboxhid"));
     hide->setToolTip(QStringLiteral("Hide the table list"));
-    connect(hide, &QAction::triggered, this, &Frmdata::lstboxhid);
-    list1_ = new QListWidget(listPanel_);
-    list1_->setObjectName(QStringLiteral("list1"));
-    list2_ = new QListWidget(listPanel_);
-    list2_->setObjectName(QStringLiteral("list2"));
-    connect(list1_, &QListWidget::itemDoubleClicked, this,
-            [this](QListWidgetItem* item) { loadListEntry(list1_->row(item)); });
-    connect(list2_, &QListWidget::itemDoubleClicked, this,
-            [this](QListWidgetItem* item) { loadOdbcListEntry(list2_->row(item)); });
+    connect(hide, &QAction::triggered, this, &Frmdata::hideTableList);
+    fileTableList_ = new QListWidget(listPanel_);
+    fileTableList_->setObjectName(QStringLiteral("list1"));
+    odbcTableList_ = new QListWidget(listPanel_);
+    odbcTableList_->setObjectName(QStringLiteral("list2"));
+    connect(fileTableList_, &QListWidget::itemDoubleClicked, this,
+            [this](QListWidgetItem* item) { loadListEntry(fileTableList_->row(item)); });
+    connect(odbcTableList_, &QListWidget::itemDoubleClicked, this,
+            [this](QListWidgetItem* item) { loadOdbcListEntry(odbcTableList_->row(item)); });
     auto* panelLayout = new QVBoxLayout(listPanel_);
     panelLayout->setContentsMargins(0, 0, 0, 0);
     panelLayout->setSpacing(0);
-    panelLayout->addWidget(toolbar2_);
-    panelLayout->addWidget(list1_, 1);
-    panelLayout->addWidget(list2_, 1);
+    panelLayout->addWidget(tableListToolbar_);
+    panelLayout->addWidget(fileTableList_, 1);
+    panelLayout->addWidget(odbcTableList_, 1);
 
     // Sheet view.
     grid_ = new QTableView(this);
@@ -113,12 +113,12 @@ void Frmdata::buildBody(bool realBrowsers) {
 
     layoutView_ = new LayoutView(state_, this);
     connect(layoutView_, &LayoutView::tagSelected, this, [this](bool on) {
-        if (on) enabfoc(true);
+        if (on) enableLayoutCommands(true);
     });
 
     // The generate view reports into the second panel and the progress bar.
     generateView_ =
-        new GenerateView(state_, StatusTargets{statusPanel2_, progressBar1_}, realBrowsers, this);
+        new GenerateView(state_, StatusTargets{textStatus_, mainProgress_}, realBrowsers, this);
 
     tabs_ = new QTabWidget(this);
     tabs_->setObjectName(QStringLiteral("SSTab1"));
@@ -127,9 +127,9 @@ void Frmdata::buildBody(bool realBrowsers) {
     tabs_->addTab(generateView_, QStringLiteral("Generate"));
     connect(tabs_, &QTabWidget::currentChanged, this, [this](int index) {
         if (switchingView_) return;
-        if (index == kSheetView) mnusheet();
-        if (index == kLayoutView) mnulayout();
-        if (index == kGenerateView) mnugenerate();
+        if (index == kSheetView) showSheetView();
+        if (index == kLayoutView) showLayoutView();
+        if (index == kGenerateView) showGenerateView();
     });
 
     splitter_ = new QSplitter(Qt::Horizontal, this);
@@ -145,20 +145,20 @@ void Frmdata::buildBody(bool realBrowsers) {
 }
 
 void Frmdata::buildStatusBar() {
-    statusPanel1_ = new QLabel(this);
-    statusPanel1_->setObjectName(QStringLiteral("statusPanel1"));
-    statusPanel1_->setMinimumWidth(110);
-    statusPanel2_ = new QLabel(this);
-    statusPanel2_->setObjectName(QStringLiteral("statusPanel2"));
-    progressBar1_ = new QProgressBar(this);
-    progressBar1_->setObjectName(QStringLiteral("ProgressBar1"));
-    progressBar1_->setRange(0, 100);
-    progressBar1_->setValue(0);
-    progressBar1_->setMaximumWidth(220);
+    viewStatus_ = new QLabel(this);
+    viewStatus_->setObjectName(QStringLiteral("statusPanel1"));
+    viewStatus_->setMinimumWidth(110);
+    textStatus_ = new QLabel(this);
+    textStatus_->setObjectName(QStringLiteral("statusPanel2"));
+    mainProgress_ = new QProgressBar(this);
+    mainProgress_->setObjectName(QStringLiteral("ProgressBar1"));
+    mainProgress_->setRange(0, 100);
+    mainProgress_->setValue(0);
+    mainProgress_->setMaximumWidth(220);
     statusBar()->setObjectName(QStringLiteral("StatusBar1"));
-    statusBar()->addWidget(statusPanel1_);
-    statusBar()->addWidget(statusPanel2_, 1);
-    statusBar()->addPermanentWidget(progressBar1_);
+    statusBar()->addWidget(viewStatus_);
+    statusBar()->addWidget(textStatus_, 1);
+    statusBar()->addPermanentWidget(mainProgress_);
 }
 
 void Frmdata::resetToStartup() {
@@ -166,42 +166,42 @@ void Frmdata::resetToStartup() {
     generateView_->reset();
     db_.reset();
     state_.odbcConnection.clear();
-    list1_->clear();
-    list2_->clear();
+    fileTableList_->clear();
+    odbcTableList_->clear();
     state_.sourceKind = SourceKind::Odbc;
-    iniflexwone();
+    showTableListOfSource();
     state_.tree.clear();
     layoutView_->rebuild();
-    enabfoc(false);
-    statusPanel2_->clear();
-    progressBar1_->setValue(0);
+    enableLayoutCommands(false);
+    textStatus_->clear();
+    mainProgress_->setValue(0);
     // 2. The Sheet view.
-    mnusheet();
+    showSheetView();
     // 3. Row moves stay off until rows are selected.
     for (const char* name : {"mnuup", "mnudown"}) action(name)->setEnabled(false);
     for (const char* key : {"Moveup", "movedown"}) sheetToolAction(key)->setEnabled(false);
     // 4. The table list is hidden.
-    lstboxhid();
+    hideTableList();
     // 5. The start-up sheet.
     state_.sheet = DataSheet::startup();
     columnWidths_.clear();
     reloadSheet();
     showPosition();
     // 6., 7. No source yet; the Sheet view's menus.
-    sqlenabfun(false);
-    mnuvisbol(kSheetView);
+    enableSqlCommands(false);
+    showMenusOfView(kSheetView);
     // 8. The working folder is made once, when the window is created.
     // 9. The first switch to the XML Layout view builds the default layout.
     state_.sheetchanged = true;
 }
 
-void Frmdata::iniflexwone() {
+void Frmdata::showTableListOfSource() {
     const bool file = state_.sourceKind == SourceKind::FileDatabase;
-    list1_->setVisible(file);
-    list2_->setVisible(!file);
+    fileTableList_->setVisible(file);
+    odbcTableList_->setVisible(!file);
 }
 
-void Frmdata::lstboxhid() {
+void Frmdata::hideTableList() {
     listPanel_->hide();
 }
 
@@ -214,16 +214,16 @@ void Frmdata::reloadSheet() {
 }
 
 void Frmdata::showPosition() {
-    statusPanel2_->setText(QString::fromStdString(curntrowcol(state_.sheet)));
+    textStatus_->setText(QString::fromStdString(positionText(state_.sheet)));
 }
 
 int Frmdata::columnWidthFor(const QString& header) const {
     const double dpi = logicalDpiX();
     const int textTwips = pixelsToTwips(QFontMetrics(font()).horizontalAdvance(header), dpi);
-    return twipsToPixels(colwdTwips(textTwips), dpi);
+    return twipsToPixels(columnWidthTwips(textTwips), dpi);
 }
 
-void Frmdata::colwd() {
+void Frmdata::fitColumnWidths() {
     const int cols = state_.sheet.cols();
     columnWidths_.assign(static_cast<std::size_t>(std::max(cols, 0)), 0);
     for (int c = 0; c < cols; ++c) {
@@ -234,14 +234,14 @@ void Frmdata::colwd() {
     reloadSheet();
 }
 
-void Frmdata::sqlenabfun(bool enabled) {
+void Frmdata::enableSqlCommands(bool enabled) {
     sheetToolAction(QStringLiteral("sqlpen"))->setEnabled(enabled);
     sheetToolAction(QStringLiteral("sqlply"))->setEnabled(enabled);
     action("mnusqlhand")->setEnabled(enabled);
     action("mnuvissql")->setEnabled(enabled);
 }
 
-void Frmdata::enabfoc(bool enabled) {
+void Frmdata::enableLayoutCommands(bool enabled) {
     for (const char* key :
          {"attr_normtool", "attr_dataool", "Delete", "up", "down", "left", "right"})
         layoutView_->toolbarAction(QString::fromUtf8(key))->setEnabled(enabled);
@@ -250,7 +250,7 @@ void Frmdata::enabfoc(bool enabled) {
         action(name)->setEnabled(enabled);
 }
 
-void Frmdata::mnuvisbol(int view) {
+void Frmdata::showMenusOfView(int view) {
     // The sheet's commands belong to the Sheet view, the tag commands to the
     // XML Layout view.
     menu("mnuedit")->menuAction()->setVisible(view == kSheetView);
@@ -263,38 +263,38 @@ void Frmdata::showTab(int index) {
     switchingView_ = false;
 }
 
-void Frmdata::mnusheet() {
+void Frmdata::showSheetView() {
     sizeControls(pixelsToTwips(splitter_->sizes().value(0), logicalDpiX()));
-    mnuvisbol(kSheetView);
+    showMenusOfView(kSheetView);
     showTab(kSheetView);
-    statusPanel1_->setText(QStringLiteral("Data Grid"));
+    viewStatus_->setText(QStringLiteral("Data Grid"));
     showPosition();
 }
 
-void Frmdata::mnulayout() {
+void Frmdata::showLayoutView() {
     sizeControls(pixelsToTwips(splitter_->sizes().value(0), logicalDpiX()));
-    mnuvisbol(kLayoutView);
+    showMenusOfView(kLayoutView);
     if (state_.sheetchanged) {
-        initree(state_.tree, state_.sheet);
+        buildDefaultLayout(state_.tree, state_.sheet);
         layoutView_->rebuild();
     }
     state_.sheetchanged = false;
     showTab(kLayoutView);
-    generateView_->cmdsedfinbol();
-    statusPanel1_->setText(QStringLiteral("XML Layout"));
+    generateView_->refreshQuickPreview();
+    viewStatus_->setText(QStringLiteral("XML Layout"));
 }
 
-void Frmdata::mnugenerate() {
+void Frmdata::showGenerateView() {
     sizeControls(pixelsToTwips(splitter_->sizes().value(0), logicalDpiX()));
-    mnuvisbol(kGenerateView);
+    showMenusOfView(kGenerateView);
     // A generation needs the layout of the sheet as it is now.
     if (state_.sheetchanged) {
-        initree(state_.tree, state_.sheet);
+        buildDefaultLayout(state_.tree, state_.sheet);
         layoutView_->rebuild();
         state_.sheetchanged = false;
     }
     showTab(kGenerateView);
-    statusPanel1_->setText(QStringLiteral("Generate"));
+    viewStatus_->setText(QStringLiteral("Generate"));
 }
 
 void Frmdata::sizeControls(int positionTwips) {
@@ -322,7 +322,7 @@ void Frmdata::deleteWorkingFolder() {
     if (state_.tempFolder.empty()) return;
     std::string path = state_.tempFolder;
     if (!path.empty() && path.back() == '/') path.pop_back();
-    DeleteAFolder(path);
+    removeFolder(path);
     state_.tempFolder.clear();
 }
 

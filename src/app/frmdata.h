@@ -58,13 +58,13 @@ class Frmdata : public QMainWindow {
     // File → "Open Layout..." (path given: no dialog) and "Save Layout...".
     void openLayout(const QString& path = {});
     void saveLayout();
-    void mnusheet();
-    void mnulayout();
-    void mnugenerate();
-    void sqlenabfun(bool enabled);
-    void enabfoc(bool enabled);
-    void colwd();
-    void lstboxhid();
+    void showSheetView();
+    void showLayoutView();
+    void showGenerateView();
+    void enableSqlCommands(bool enabled);
+    void enableLayoutCommands(bool enabled);
+    void fitColumnWidths();
+    void hideTableList();
     // Deletes the working folder (closing and "E&xit").
     void deleteWorkingFolder();
 
@@ -79,18 +79,18 @@ class Frmdata : public QMainWindow {
     QAction* action(const QString& name) const { return actions_.value(name); }
     QMenu* menu(const QString& name) const { return menus_.value(name); }
     QAction* sheetToolAction(const QString& key) const;
-    QToolBar* sheetToolbar() const { return tbrMain_; }
-    QListWidget* tableList() const { return list1_; }
-    QListWidget* odbcTableList() const { return list2_; }
+    QToolBar* sheetToolbar() const { return sheetToolbar_; }
+    QListWidget* tableList() const { return fileTableList_; }
+    QListWidget* odbcTableList() const { return odbcTableList_; }
     QWidget* tableListPanel() const { return listPanel_; }
     QTableView* grid() const { return grid_; }
     SheetModel* sheetModel() const { return sheetModel_; }
     QTabWidget* views() const { return tabs_; }
     LayoutView* layoutView() const { return layoutView_; }
     GenerateView* generateView() const { return generateView_; }
-    QLabel* statusViewPanel() const { return statusPanel1_; }
-    QLabel* statusTextPanel() const { return statusPanel2_; }
-    QProgressBar* progressBar() const { return progressBar1_; }
+    QLabel* statusViewPanel() const { return viewStatus_; }
+    QLabel* statusTextPanel() const { return textStatus_; }
+    QProgressBar* progressBar() const { return mainProgress_; }
     QSplitter* splitter() const { return splitter_; }
     // The pixel width colwd gives a header text.
     int columnWidthFor(const QString& header) const;
@@ -111,8 +111,8 @@ class Frmdata : public QMainWindow {
     QMenu* addSubmenu(QMenu* parent, const char* name, const char* caption);
     void addSeparator(QMenu* menu, const char* name);
     void connectOpenCommand(const char* name, const char* connectString);
-    void mnuvisbol(int view);
-    void iniflexwone();
+    void showMenusOfView(int view);
+    void showTableListOfSource();
     void reloadSheet();
     void showPosition();
     void reportOpenError(const QString& description, int code);
@@ -128,20 +128,20 @@ class Frmdata : public QMainWindow {
     std::vector<int> columnWidths_;  // pixels, by column index, set by colwd
     bool switchingView_ = false;
 
-    QToolBar* tbrMain_ = nullptr;
+    QToolBar* sheetToolbar_ = nullptr;
     QWidget* listPanel_ = nullptr;
-    QToolBar* toolbar2_ = nullptr;
-    QListWidget* list1_ = nullptr;
-    QListWidget* list2_ = nullptr;
+    QToolBar* tableListToolbar_ = nullptr;
+    QListWidget* fileTableList_ = nullptr;
+    QListWidget* odbcTableList_ = nullptr;
     QSplitter* splitter_ = nullptr;
     QTabWidget* tabs_ = nullptr;
     QTableView* grid_ = nullptr;
     SheetModel* sheetModel_ = nullptr;
     LayoutView* layoutView_ = nullptr;
     GenerateView* generateView_ = nullptr;
-    QLabel* statusPanel1_ = nullptr;
-    QLabel* statusPanel2_ = nullptr;
-    QProgressBar* progressBar1_ = nullptr;
+    QLabel* viewStatus_ = nullptr;
+    QLabel* textStatus_ = nullptr;
+    QProgressBar* mainProgress_ = nullptr;
 };
 
 }  // namespace rq::ui

@@ -10,9 +10,9 @@
 #include "app/frmdata.h"
 #include "app/generateview.h"
 #include "app/layoutview.h"
-#include "generate/prolog.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
+#include "layout/prolog.h"
 
 namespace rq::ui {
 
@@ -24,7 +24,7 @@ const QString kLayoutFilter = QStringLiteral("Layout Files (*.rqlayout)|*.rqlayo
 
 void Frmdata::connectLayoutCommands() {
     LayoutView* v = layoutView_;
-    connect(v, &LayoutView::edited, generateView_, &GenerateView::cmdsedfinbol);
+    connect(v, &LayoutView::edited, generateView_, &GenerateView::refreshQuickPreview);
 
     const struct {
         const char* name;
@@ -70,13 +70,13 @@ void Frmdata::openLayout(const QString& path) {
     // The layout opened is the one to use: no default layout replaces it
     // until the sheet's columns change.
     state_.sheetchanged = false;
-    mnulayout();
+    showLayoutView();
 }
 
 void Frmdata::saveLayout() {
     // The layout a generation would use now.
     if (state_.sheetchanged) {
-        initree(state_.tree, state_.sheet);
+        buildDefaultLayout(state_.tree, state_.sheet);
         layoutView_->rebuild();
         state_.sheetchanged = false;
     }

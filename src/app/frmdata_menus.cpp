@@ -157,9 +157,9 @@ void Frmdata::buildMenus() {
     connect(action("mnuDBExit"), &QAction::triggered, this, &QWidget::close);
 
     // View.
-    connect(action("mnusheet"), &QAction::triggered, this, &Frmdata::mnusheet);
-    connect(action("mnulayout"), &QAction::triggered, this, &Frmdata::mnulayout);
-    connect(action("mnugenerate"), &QAction::triggered, this, &Frmdata::mnugenerate);
+    connect(action("mnusheet"), &QAction::triggered, this, &Frmdata::showSheetView);
+    connect(action("mnulayout"), &QAction::triggered, this, &Frmdata::showLayoutView);
+    connect(action("mnugenerate"), &QAction::triggered, this, &Frmdata::showGenerateView);
 
     // Help.
     connect(action("mnucontenets"), &QAction::triggered, this, [this] { openHelp(kHelpContents); });
@@ -168,9 +168,9 @@ void Frmdata::buildMenus() {
 }
 
 void Frmdata::buildSheetToolbar() {
-    tbrMain_ = addToolBar(QStringLiteral("Sheet"));
-    tbrMain_->setObjectName(QStringLiteral("tbrMain"));
-    tbrMain_->setIconSize(QSize(20, 20));
+    sheetToolbar_ = addToolBar(QStringLiteral("Sheet"));
+    sheetToolbar_->setObjectName(QStringLiteral("tbrMain"));
+    sheetToolbar_->setIconSize(QSize(20, 20));
     QStyle* st = style();
     const QColor edit(60, 100, 150), rows(40, 130, 90), sql(150, 90, 30);
     const struct {
@@ -201,8 +201,8 @@ void Frmdata::buildSheetToolbar() {
         {"movedown", "Move Row DOWN", "mnudown", st->standardIcon(QStyle::SP_ArrowDown), false},
     };
     for (const auto& b : buttons) {
-        if (b.separatorBefore) tbrMain_->addSeparator();
-        QAction* a = tbrMain_->addAction(b.icon, QString::fromUtf8(b.tip));
+        if (b.separatorBefore) sheetToolbar_->addSeparator();
+        QAction* a = sheetToolbar_->addAction(b.icon, QString::fromUtf8(b.tip));
         a->setObjectName(QString::fromUtf8(b.key));
         a->setToolTip(QString::fromUtf8(b.tip));
         QAction* command = action(QString::fromUtf8(b.command));
@@ -211,7 +211,7 @@ void Frmdata::buildSheetToolbar() {
 }
 
 QAction* Frmdata::sheetToolAction(const QString& key) const {
-    for (QAction* a : tbrMain_->actions())
+    for (QAction* a : sheetToolbar_->actions())
         if (a->objectName() == key) return a;
     return nullptr;
 }

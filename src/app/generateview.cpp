@@ -99,184 +99,186 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     // Output type.
     auto* outputType = new QGroupBox(QStringLiteral("Output Type/Properties"), this);
     outputType->setObjectName(QStringLiteral("Frame3"));
-    option1_ = new QRadioButton(QStringLiteral("Single File"), outputType);
-    option1_->setObjectName(QStringLiteral("Option1"));
-    option2_ = new QRadioButton(QStringLiteral("Separate Files"), outputType);
-    option2_->setObjectName(QStringLiteral("Option2"));
-    connect(option1_, &QRadioButton::toggled, this, [this](bool on) { showOutputType(on); });
+    singleFileOption_ = new QRadioButton(QStringLiteral("Single File"), outputType);
+    singleFileOption_->setObjectName(QStringLiteral("Option1"));
+    separateFilesOption_ = new QRadioButton(QStringLiteral("Separate Files"), outputType);
+    separateFilesOption_->setObjectName(QStringLiteral("Option2"));
+    connect(singleFileOption_, &QRadioButton::toggled, this,
+            [this](bool on) { showOutputType(on); });
 
     singleFrame_ = new QGroupBox(QStringLiteral("Single File"), outputType);
     singleFrame_->setObjectName(QStringLiteral("Frame4"));
-    toolbar3_ = makeRunToolbar(QStringLiteral("Toolbar3"), singleFrame_);
+    singleRunToolbar_ = makeRunToolbar(QStringLiteral("Toolbar3"), singleFrame_);
     auto* singleLayout = new QVBoxLayout(singleFrame_);
-    singleLayout->addWidget(toolbar3_);
+    singleLayout->addWidget(singleRunToolbar_);
     singleLayout->addStretch();
 
     separateFrame_ = new QGroupBox(QStringLiteral("Separate Files"), outputType);
     separateFrame_->setObjectName(QStringLiteral("Frame5"));
-    toolbar4_ = makeRunToolbar(QStringLiteral("Toolbar4"), separateFrame_);
-    updwntxt_ = new QLineEdit(QStringLiteral("10"), separateFrame_);
-    updwntxt_->setObjectName(QStringLiteral("updwntxt"));
-    updwntxt_->setMaximumWidth(80);
-    cmdupk_ = new QToolButton(separateFrame_);
-    cmdupk_->setObjectName(QStringLiteral("cmdupk"));
-    cmdupk_->setArrowType(Qt::UpArrow);
-    cmddownk_ = new QToolButton(separateFrame_);
-    cmddownk_->setObjectName(QStringLiteral("cmddownk"));
-    cmddownk_->setArrowType(Qt::DownArrow);
-    progressBar2_ = new QProgressBar(separateFrame_);
-    progressBar2_->setObjectName(QStringLiteral("ProgressBar2"));
-    progressBar2_->setRange(0, 100);
-    progressBar2_->setValue(0);
+    separateRunToolbar_ = makeRunToolbar(QStringLiteral("Toolbar4"), separateFrame_);
+    recordsPerFileBox_ = new QLineEdit(QStringLiteral("10"), separateFrame_);
+    recordsPerFileBox_->setObjectName(QStringLiteral("updwntxt"));
+    recordsPerFileBox_->setMaximumWidth(80);
+    recordsUpButton_ = new QToolButton(separateFrame_);
+    recordsUpButton_->setObjectName(QStringLiteral("cmdupk"));
+    recordsUpButton_->setArrowType(Qt::UpArrow);
+    recordsDownButton_ = new QToolButton(separateFrame_);
+    recordsDownButton_->setObjectName(QStringLiteral("cmddownk"));
+    recordsDownButton_->setArrowType(Qt::DownArrow);
+    separateProgress_ = new QProgressBar(separateFrame_);
+    separateProgress_->setObjectName(QStringLiteral("ProgressBar2"));
+    separateProgress_->setRange(0, 100);
+    separateProgress_->setValue(0);
     auto* rowsLine = new QHBoxLayout;
     rowsLine->addWidget(new QLabel(QStringLiteral("For every"), separateFrame_));
-    rowsLine->addWidget(updwntxt_);
-    rowsLine->addWidget(cmdupk_);
-    rowsLine->addWidget(cmddownk_);
+    rowsLine->addWidget(recordsPerFileBox_);
+    rowsLine->addWidget(recordsUpButton_);
+    rowsLine->addWidget(recordsDownButton_);
     rowsLine->addWidget(
         new QLabel(QStringLiteral("Rows (Records), Generate an XML file."), separateFrame_));
     rowsLine->addStretch();
     auto* separateLayout = new QVBoxLayout(separateFrame_);
-    separateLayout->addWidget(toolbar4_);
+    separateLayout->addWidget(separateRunToolbar_);
     separateLayout->addLayout(rowsLine);
-    separateLayout->addWidget(progressBar2_);
+    separateLayout->addWidget(separateProgress_);
 
     // Only digits: typed or pasted, anything else is removed at once.
-    connect(updwntxt_, &QLineEdit::textChanged, this, [this](const QString& text) {
+    connect(recordsPerFileBox_, &QLineEdit::textChanged, this, [this](const QString& text) {
         QString digits;
         for (QChar ch : text)
             if (ch >= QLatin1Char('0') && ch <= QLatin1Char('9')) digits += ch;
         if (digits != text) {
-            const int pos = updwntxt_->cursorPosition();
-            updwntxt_->setText(digits);
-            updwntxt_->setCursorPosition(std::min<int>(pos, static_cast<int>(digits.size())));
+            const int pos = recordsPerFileBox_->cursorPosition();
+            recordsPerFileBox_->setText(digits);
+            recordsPerFileBox_->setCursorPosition(
+                std::min<int>(pos, static_cast<int>(digits.size())));
         }
     });
-    connect(updwntxt_, &QLineEdit::returnPressed, this, [this] { focusNextChild(); });
+    connect(recordsPerFileBox_, &QLineEdit::returnPressed, this, [this] { focusNextChild(); });
     auto step = [this](int delta) {
-        const QString text = updwntxt_->text();
+        const QString text = recordsPerFileBox_->text();
         qlonglong value = text.isEmpty() ? 10 : text.toLongLong();
         value = std::clamp<qlonglong>(value + delta, 1, INT_MAX);
-        updwntxt_->setText(QString::number(value));
+        recordsPerFileBox_->setText(QString::number(value));
     };
-    connect(cmdupk_, &QToolButton::clicked, this, [step] { step(+1); });
-    connect(cmddownk_, &QToolButton::clicked, this, [step] { step(-1); });
+    connect(recordsUpButton_, &QToolButton::clicked, this, [step] { step(+1); });
+    connect(recordsDownButton_, &QToolButton::clicked, this, [step] { step(-1); });
 
-    check2_ = new QCheckBox(
+    convertSymbolsBox_ = new QCheckBox(
         QStringLiteral("Convert symbols to their correct character code, when saving each file."),
         outputType);
-    check2_->setObjectName(QStringLiteral("Check2"));
+    convertSymbolsBox_->setObjectName(QStringLiteral("Check2"));
 
-    chkqwkpre_ = new QCheckBox(QStringLiteral("Keep the preview up to date"), outputType);
-    chkqwkpre_->setObjectName(QStringLiteral("chkqwkpre"));
+    quickPreviewBox_ = new QCheckBox(QStringLiteral("Keep the preview up to date"), outputType);
+    quickPreviewBox_->setObjectName(QStringLiteral("chkqwkpre"));
     auto* cmdqwlvw = new QPushButton(QStringLiteral("Quick Preview"), outputType);
     cmdqwlvw->setObjectName(QStringLiteral("cmdqwlvw"));
-    combo1_ = new QComboBox(outputType);
-    combo1_->setObjectName(QStringLiteral("Combo1"));
-    combo1_->setPlaceholderText(QStringLiteral("Preview As..."));
-    for (const std::string& item : previewTypeItems()) combo1_->addItem(fromUtf8(item));
-    combo1_->setCurrentIndex(-1);
+    previewTypeBox_ = new QComboBox(outputType);
+    previewTypeBox_->setObjectName(QStringLiteral("Combo1"));
+    previewTypeBox_->setPlaceholderText(QStringLiteral("Preview As..."));
+    for (const std::string& item : previewTypeItems()) previewTypeBox_->addItem(fromUtf8(item));
+    previewTypeBox_->setCurrentIndex(-1);
 
     auto* typeLine = new QHBoxLayout;
-    typeLine->addWidget(option1_);
-    typeLine->addWidget(option2_);
+    typeLine->addWidget(singleFileOption_);
+    typeLine->addWidget(separateFilesOption_);
     typeLine->addStretch();
     auto* frames = new QHBoxLayout;
     frames->addWidget(singleFrame_, 1);
     frames->addWidget(separateFrame_, 1);
     auto* previewLine = new QHBoxLayout;
-    previewLine->addWidget(chkqwkpre_);
+    previewLine->addWidget(quickPreviewBox_);
     previewLine->addWidget(cmdqwlvw);
-    previewLine->addWidget(combo1_);
+    previewLine->addWidget(previewTypeBox_);
     previewLine->addStretch();
     auto* outputLayout = new QVBoxLayout(outputType);
     outputLayout->addLayout(typeLine);
     outputLayout->addLayout(frames);
-    outputLayout->addWidget(check2_);
+    outputLayout->addWidget(convertSymbolsBox_);
     outputLayout->addLayout(previewLine);
 
     // Output panes.
-    richoutput_ = new QPlainTextEdit(this);
-    richoutput_->setObjectName(QStringLiteral("richoutput"));
-    richoutput_->setReadOnly(true);
-    richoutput_->setLineWrapMode(QPlainTextEdit::NoWrap);
+    codePane_ = new QPlainTextEdit(this);
+    codePane_->setObjectName(QStringLiteral("richoutput"));
+    codePane_->setReadOnly(true);
+    codePane_->setLineWrapMode(QPlainTextEdit::NoWrap);
     QFont mono(QStringLiteral("Monospace"));
     mono.setStyleHint(QFont::TypeWriter);
-    richoutput_->setFont(mono);
-    richoutput_->setTabStopDistance(QFontMetricsF(mono).horizontalAdvance(QLatin1Char(' ')) * 4);
-    brwWebBrowser_ = new BrowserPane(QStringLiteral("brwWebBrowser"), realBrowsers, this);
+    codePane_->setFont(mono);
+    codePane_->setTabStopDistance(QFontMetricsF(mono).horizontalAdvance(QLatin1Char(' ')) * 4);
+    singleBrowser_ = new BrowserPane(QStringLiteral("brwWebBrowser"), realBrowsers, this);
     previewTabs_ = new QTabWidget(this);
     previewTabs_->setObjectName(QStringLiteral("SSTab2"));
-    previewTabs_->addTab(richoutput_, QStringLiteral("Code"));
-    previewTabs_->addTab(brwWebBrowser_, QStringLiteral("Preview"));
-    webBrowser1_ = new BrowserPane(QStringLiteral("WebBrowser1"), realBrowsers, this);
+    previewTabs_->addTab(codePane_, QStringLiteral("Code"));
+    previewTabs_->addTab(singleBrowser_, QStringLiteral("Preview"));
+    separateBrowser_ = new BrowserPane(QStringLiteral("WebBrowser1"), realBrowsers, this);
     outputStack_ = new QStackedWidget(this);
     outputStack_->addWidget(previewTabs_);
-    outputStack_->addWidget(webBrowser1_);
+    outputStack_->addWidget(separateBrowser_);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 4, 4, 4);
     layout->addWidget(outputType);
     layout->addWidget(outputStack_, 1);
 
-    connect(actionByKey(toolbar3_, QStringLiteral("node")), &QAction::triggered, this,
+    connect(actionByKey(singleRunToolbar_, QStringLiteral("node")), &QAction::triggered, this,
             &GenerateView::generateSingle);
-    connect(actionByKey(toolbar3_, QStringLiteral("Save")), &QAction::triggered, this,
+    connect(actionByKey(singleRunToolbar_, QStringLiteral("Save")), &QAction::triggered, this,
             &GenerateView::saveSingle);
-    connect(actionByKey(toolbar3_, QStringLiteral("preview")), &QAction::triggered, this,
+    connect(actionByKey(singleRunToolbar_, QStringLiteral("preview")), &QAction::triggered, this,
             &GenerateView::previewSingle);
-    connect(actionByKey(toolbar4_, QStringLiteral("node")), &QAction::triggered, this,
+    connect(actionByKey(separateRunToolbar_, QStringLiteral("node")), &QAction::triggered, this,
             &GenerateView::generateSeparate);
-    connect(actionByKey(toolbar4_, QStringLiteral("Save")), &QAction::triggered, this,
+    connect(actionByKey(separateRunToolbar_, QStringLiteral("Save")), &QAction::triggered, this,
             &GenerateView::saveSeparate);
-    connect(actionByKey(toolbar4_, QStringLiteral("preview")), &QAction::triggered, this,
+    connect(actionByKey(separateRunToolbar_, QStringLiteral("preview")), &QAction::triggered, this,
             &GenerateView::previewSeparate);
     connect(cmdqwlvw, &QPushButton::clicked, this, [this] {
-        const bool ticked = chkqwkpre_->isChecked();
-        chkqwkpre_->setChecked(true);
+        const bool ticked = quickPreviewBox_->isChecked();
+        quickPreviewBox_->setChecked(true);
         previewTabs_->setCurrentIndex(1);
-        cmdsedfinbol();
-        chkqwkpre_->setChecked(ticked);
+        refreshQuickPreview();
+        quickPreviewBox_->setChecked(ticked);
     });
-    connect(combo1_, &QComboBox::currentIndexChanged, this, [this] {
-        if (previewTabs_->currentIndex() == 1 && !richoutput_->toPlainText().isEmpty())
+    connect(previewTypeBox_, &QComboBox::currentIndexChanged, this, [this] {
+        if (previewTabs_->currentIndex() == 1 && !codePane_->toPlainText().isEmpty())
             showPreviewFile();
     });
     connect(previewTabs_, &QTabWidget::currentChanged, this, [this](int index) {
-        if (index == 1 && !richoutput_->toPlainText().isEmpty()) showPreviewFile();
+        if (index == 1 && !codePane_->toPlainText().isEmpty()) showPreviewFile();
     });
 
     reset();
 }
 
 QAction* GenerateView::singleAction(const QString& key) const {
-    return actionByKey(toolbar3_, key);
+    return actionByKey(singleRunToolbar_, key);
 }
 
 QAction* GenerateView::separateAction(const QString& key) const {
-    return actionByKey(toolbar4_, key);
+    return actionByKey(separateRunToolbar_, key);
 }
 
 void GenerateView::reset() {
-    option1_->setChecked(true);
+    singleFileOption_->setChecked(true);
     showOutputType(true);
-    updwntxt_->setText(QStringLiteral("10"));
-    check2_->setChecked(false);
-    chkqwkpre_->setChecked(false);
-    combo1_->setCurrentIndex(-1);
-    richoutput_->clear();
+    recordsPerFileBox_->setText(QStringLiteral("10"));
+    convertSymbolsBox_->setChecked(false);
+    quickPreviewBox_->setChecked(false);
+    previewTypeBox_->setCurrentIndex(-1);
+    codePane_->clear();
     previewTabs_->setCurrentIndex(0);
-    progressBar2_->setValue(0);
+    separateProgress_->setValue(0);
     document_.clear();
     runFolder_.clear();
     lastSaved_.clear();
     lastFolder_.clear();
-    for (QToolBar* bar : {toolbar3_, toolbar4_}) {
+    for (QToolBar* bar : {singleRunToolbar_, separateRunToolbar_}) {
         actionByKey(bar, QStringLiteral("Save"))->setEnabled(false);
         actionByKey(bar, QStringLiteral("preview"))->setEnabled(false);
     }
-    brwWebBrowser_->navigate(QUrl(QStringLiteral("about:blank")));
-    webBrowser1_->navigate(QUrl(QStringLiteral("about:blank")));
+    singleBrowser_->navigate(QUrl(QStringLiteral("about:blank")));
+    separateBrowser_->navigate(QUrl(QStringLiteral("about:blank")));
 }
 
 void GenerateView::showOutputType(bool single) {
@@ -286,7 +288,7 @@ void GenerateView::showOutputType(bool single) {
 }
 
 bool GenerateView::convertSymbols() const {
-    return check2_->isChecked();
+    return convertSymbolsBox_->isChecked();
 }
 
 void GenerateView::setStatus(const QString& text) {
@@ -299,34 +301,34 @@ void GenerateView::setProgress(QProgressBar* bar, int percent) {
 }
 
 int GenerateView::rowsPerFile() {
-    if (updwntxt_->text().isEmpty()) updwntxt_->setText(QStringLiteral("10"));
+    if (recordsPerFileBox_->text().isEmpty()) recordsPerFileBox_->setText(QStringLiteral("10"));
     bool ok = false;
-    const int n = updwntxt_->text().toInt(&ok);
+    const int n = recordsPerFileBox_->text().toInt(&ok);
     return ok ? n : 0;
 }
 
-void GenerateView::cmdsedfinbol() {
-    if (!chkqwkpre_->isChecked()) return;
+void GenerateView::refreshQuickPreview() {
+    if (!quickPreviewBox_->isChecked()) return;
     const int n = std::min(1, state_.sheet.rows() - 1);
-    const std::string doc = cmdsedfinfunc(state_.tree, state_.work, state_.sheet, n);
-    richoutput_->setPlainText(codePaneText(doc, kCodePaneLimit));
+    const std::string doc = buildDocument(state_.tree, state_.work, state_.sheet, n);
+    codePane_->setPlainText(codePaneText(doc, kCodePaneLimit));
     if (previewTabs_->currentIndex() == 1) showPreviewFile();
 }
 
 void GenerateView::showPreviewFile() {
     if (state_.tempFolder.empty()) return;
-    const QByteArray text = richoutput_->toPlainText().toUtf8();
+    const QByteArray text = codePane_->toPlainText().toUtf8();
     const std::string path =
-        showfinshxml(state_.tempFolder, std::string_view(text.constData(), text.size()),
-                     combotxt(combo1_->currentIndex()), convertSymbols());
+        writePreviewFile(state_.tempFolder, std::string_view(text.constData(), text.size()),
+                         previewTypeExtension(previewTypeBox_->currentIndex()), convertSymbols());
     if (path.empty()) return;
     const QString file = QString::fromStdString(path);
     // Without symbol conversion the file is code page 1252 and its declaration
     // names no encoding: the browser is told.
     if (convertSymbols())
-        brwWebBrowser_->navigate(QUrl::fromLocalFile(file));
+        singleBrowser_->navigate(QUrl::fromLocalFile(file));
     else
-        brwWebBrowser_->showFile(file, QStringLiteral("text/xml;charset=windows-1252"));
+        singleBrowser_->showFile(file, QStringLiteral("text/xml;charset=windows-1252"));
 }
 
 void GenerateView::generateSingle() {
@@ -342,7 +344,7 @@ void GenerateView::generateSingle() {
     };
     document_.clear();
     document_ = runSingleFile(state_.tree, state_.work, state_.sheet, progress);
-    richoutput_->setPlainText(codePaneText(document_, kCodePaneLimit));
+    codePane_->setPlainText(codePaneText(document_, kCodePaneLimit));
     if (previewTabs_->currentIndex() == 1 && document_.size() <= kCodePaneLimit) showPreviewFile();
     singleAction(QStringLiteral("Save"))->setEnabled(true);
     setStatus(QStringLiteral("Completed"));
@@ -355,7 +357,7 @@ void GenerateView::saveSingle() {
         if (QFileInfo::exists(name) &&
             !Dialogs::askYesNo(this, QString::fromStdString(overwriteQuestion(name.toStdString()))))
             continue;
-        if (!cndsavefunc(name.toStdString(), document_, convertSymbols())) {
+        if (!saveDocument(name.toStdString(), document_, convertSymbols())) {
             Dialogs::exclamation(this, QStringLiteral("Could not write the file ") + name + '.');
             return;
         }
@@ -378,10 +380,10 @@ void GenerateView::generateSeparate() {
     progress.document = [&](double percent) {
         if (static_cast<int>(percent) == lastPercent) return;
         lastPercent = static_cast<int>(percent);
-        setProgress(progressBar2_, lastPercent);
+        setProgress(separateProgress_, lastPercent);
     };
     progress.file = [&](int, int, double percent, const std::string& status) {
-        setProgress(progressBar2_, static_cast<int>(percent));
+        setProgress(separateProgress_, static_cast<int>(percent));
         setStatus(QString::fromStdString(status));
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     };
@@ -390,7 +392,7 @@ void GenerateView::generateSeparate() {
                                                     state_.tempFolder, convertSymbols(), progress);
         runFolder_ = result.folder;
         setStatus(QString::fromStdString(result.statusText));
-        webBrowser1_->navigate(QUrl::fromLocalFile(QString::fromStdString(result.folder)));
+        separateBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(result.folder)));
         separateAction(QStringLiteral("Save"))->setEnabled(true);
     } catch (const std::exception& e) {
         Dialogs::exclamation(this, QString::fromUtf8(e.what()));
@@ -403,7 +405,7 @@ void GenerateView::saveSeparate() {
         lastFolder_.isEmpty() ? QString() : QFileInfo(lastFolder_).absolutePath(), this);
     if (Dialogs::exec(dialog) != QDialog::Accepted) return;
     const QString target = dialog.target();
-    if (!copyfold(runFolder_, target.toStdString())) {
+    if (!copyFolder(runFolder_, target.toStdString())) {
         Dialogs::exclamation(this, QStringLiteral("Could not copy the files into ") + target + '.');
         return;
     }

@@ -7,9 +7,9 @@
 #include "app/dialogs.h"
 #include "app/layoutview.h"
 #include "app/schemadialog.h"
-#include "generate/prolog.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutfile.h"
+#include "layout/prolog.h"
 
 namespace rq::ui {
 
@@ -66,7 +66,7 @@ void LayoutView::moveTag(MoveDirection direction) {
 void LayoutView::refresh() {
     columnPanel_->hide();
     runEdit(QStringLiteral("Refresh"), [this](LayoutNode*& select) {
-        initree(state_.tree, state_.sheet);
+        buildDefaultLayout(state_.tree, state_.sheet);
         select = nullptr;
         return true;
     });
@@ -87,7 +87,7 @@ void LayoutView::makeElement() {
         if (!n) return false;
         // A plain element shows its value after its tag, as everywhere else.
         const NodeTable& t = state_.tree.table();
-        const int r = ketmapr(n->key);
+        const int r = nodeNumber(n->key);
         applyTagName(state_.tree, n, t.cell(r, 1), t.cell(r, 2));
         select = n;
         return true;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "generate/prolog.h"
+#include "layout/prolog.h"
 
 class QPushButton;
 class QTableWidget;

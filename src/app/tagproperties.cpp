@@ -22,7 +22,7 @@ QString fromUtf8(const std::string& s) {
 
 QString cleanName(const QString& typed) {
     const QByteArray utf8 = typed.toUtf8();
-    return fromUtf8(elemntnamchnge(std::string_view(utf8.constData(), utf8.size())));
+    return fromUtf8(cleanTagName(std::string_view(utf8.constData(), utf8.size())));
 }
 
 }  // namespace
@@ -31,41 +31,42 @@ TagPropertiesPanel::TagPropertiesPanel(QWidget* parent)
     : QGroupBox(QStringLiteral("XML Tag Properties"), parent) {
     setObjectName(QStringLiteral("Frame1"));
     setAccessibleName(title());
-    txtnam_ = new QLineEdit(this);
-    txtnam_->setObjectName(QStringLiteral("txtnam"));
-    txtnam_->setAccessibleName(QStringLiteral("Name:"));
-    txtval_ = new QLineEdit(this);
-    txtval_->setObjectName(QStringLiteral("txtval"));
-    txtval_->setAccessibleName(QStringLiteral("Value:"));
-    makele_ = new QRadioButton(QStringLiteral("Element"), this);
-    makele_->setObjectName(QStringLiteral("makele"));
-    makele_->setAccessibleName(makele_->text());
-    makatt_ = new QRadioButton(QStringLiteral("Attribute"), this);
-    makatt_->setObjectName(QStringLiteral("makatt"));
-    makatt_->setAccessibleName(makatt_->text());
+    nameBox_ = new QLineEdit(this);
+    nameBox_->setObjectName(QStringLiteral("txtnam"));
+    nameBox_->setAccessibleName(QStringLiteral("Name:"));
+    valueBox_ = new QLineEdit(this);
+    valueBox_->setObjectName(QStringLiteral("txtval"));
+    valueBox_->setAccessibleName(QStringLiteral("Value:"));
+    elementOption_ = new QRadioButton(QStringLiteral("Element"), this);
+    elementOption_->setObjectName(QStringLiteral("makele"));
+    elementOption_->setAccessibleName(elementOption_->text());
+    attributeOption_ = new QRadioButton(QStringLiteral("Attribute"), this);
+    attributeOption_->setObjectName(QStringLiteral("makatt"));
+    attributeOption_->setAccessibleName(attributeOption_->text());
 
     auto* kinds = new QHBoxLayout;
-    kinds->addWidget(makele_);
-    kinds->addWidget(makatt_);
+    kinds->addWidget(elementOption_);
+    kinds->addWidget(attributeOption_);
     kinds->addStretch();
     auto* form = new QFormLayout(this);
-    form->addRow(QStringLiteral("Name:"), txtnam_);
-    form->addRow(QStringLiteral("Value:"), txtval_);
+    form->addRow(QStringLiteral("Name:"), nameBox_);
+    form->addRow(QStringLiteral("Value:"), valueBox_);
     form->addRow(QStringLiteral("Type:"), kinds);
 
-    connect(txtnam_, &QLineEdit::textChanged, this, [this] { nameChange(); });
-    connect(txtval_, &QLineEdit::textChanged, this, [this] { valueChange(); });
-    connect(makele_, &QRadioButton::clicked, this, &TagPropertiesPanel::makeElementClicked);
-    connect(makatt_, &QRadioButton::clicked, this, &TagPropertiesPanel::makeAttributeClicked);
+    connect(nameBox_, &QLineEdit::textChanged, this, [this] { nameChange(); });
+    connect(valueBox_, &QLineEdit::textChanged, this, [this] { valueChange(); });
+    connect(elementOption_, &QRadioButton::clicked, this, &TagPropertiesPanel::makeElementClicked);
+    connect(attributeOption_, &QRadioButton::clicked, this,
+            &TagPropertiesPanel::makeAttributeClicked);
     fill(LayoutTree(), nullptr);  // nothing is selected yet
 }
 
 QString TagPropertiesPanel::name() const {
-    return txtnam_->text();
+    return nameBox_->text();
 }
 
 QString TagPropertiesPanel::value() const {
-    return txtval_->text();
+    return valueBox_->text();
 }
 
 void TagPropertiesPanel::setFieldEnabled(QLineEdit* field, bool enabled) {
@@ -76,9 +77,9 @@ void TagPropertiesPanel::setFieldEnabled(QLineEdit* field, bool enabled) {
 }
 
 void TagPropertiesPanel::setChoices(bool attribute, bool enabled) {
-    (attribute ? makatt_ : makele_)->setChecked(true);
-    makele_->setEnabled(enabled);
-    makatt_->setEnabled(enabled);
+    (attribute ? attributeOption_ : elementOption_)->setChecked(true);
+    elementOption_->setEnabled(enabled);
+    attributeOption_->setEnabled(enabled);
 }
 
 void TagPropertiesPanel::setTextGuarded(QLineEdit* box, const QString& text) {
@@ -93,35 +94,35 @@ bool TagPropertiesPanel::fill(const LayoutTree& tree, const LayoutNode* node) {
     guard_ = true;
     if (!node) {
         // Nothing selected: nothing to edit.
-        txtnam_->clear();
-        txtval_->clear();
-        setFieldEnabled(txtnam_, false);
-        setFieldEnabled(txtval_, false);
-        makele_->setEnabled(false);
-        makatt_->setEnabled(false);
+        nameBox_->clear();
+        valueBox_->clear();
+        setFieldEnabled(nameBox_, false);
+        setFieldEnabled(valueBox_, false);
+        elementOption_->setEnabled(false);
+        attributeOption_->setEnabled(false);
         guard_ = false;
         return false;
     }
-    txtnam_->clear();
-    txtval_->clear();
+    nameBox_->clear();
+    valueBox_->clear();
     const NodeTable& t = tree.table();
-    const int r = ketmapr(node->key);
+    const int r = nodeNumber(node->key);
     const bool root = node == tree.node(2);
     const bool plain = node->kind == kKindElement || node->kind == kKindAttribute;
-    setFieldEnabled(txtnam_, true);
-    setFieldEnabled(txtval_, plain && !root);
-    txtnam_->setText(fromUtf8(t.cell(r, 1)));
-    if (plain && !root) txtval_->setText(fromUtf8(t.cell(r, 2)));
+    setFieldEnabled(nameBox_, true);
+    setFieldEnabled(valueBox_, plain && !root);
+    nameBox_->setText(fromUtf8(t.cell(r, 1)));
+    if (plain && !root) valueBox_->setText(fromUtf8(t.cell(r, 2)));
     // Children of the root stay elements; the root has no choice at all.
     setChoices(isAttributeKind(node->kind), !root && node->parent != tree.node(2));
-    lastName_ = txtnam_->text();
+    lastName_ = nameBox_->text();
     guard_ = false;
     return true;
 }
 
 void TagPropertiesPanel::nameChange() {
     if (guard_) return;
-    QString cleaned = cleanName(txtnam_->text());
+    QString cleaned = cleanName(nameBox_->text());
     for (int asked = 0; cleaned.isEmpty(); ++asked) {
         if (asked == kMaxNamePrompts) {
             cleaned = lastName_.isEmpty() ? QStringLiteral("element") : lastName_;
@@ -130,19 +131,19 @@ void TagPropertiesPanel::nameChange() {
         cleaned = cleanName(Dialogs::inputText(this, QStringLiteral("Element Name"),
                                                QStringLiteral("Enter 'Element Name'")));
     }
-    if (cleaned != txtnam_->text()) {
-        const qsizetype removed = txtnam_->text().size() - cleaned.size();
-        const qsizetype caret = std::max<qsizetype>(0, txtnam_->cursorPosition() - removed);
-        setTextGuarded(txtnam_, cleaned);
-        txtnam_->setCursorPosition(static_cast<int>(std::min(caret, cleaned.size())));
+    if (cleaned != nameBox_->text()) {
+        const qsizetype removed = nameBox_->text().size() - cleaned.size();
+        const qsizetype caret = std::max<qsizetype>(0, nameBox_->cursorPosition() - removed);
+        setTextGuarded(nameBox_, cleaned);
+        nameBox_->setCursorPosition(static_cast<int>(std::min(caret, cleaned.size())));
     }
     lastName_ = cleaned;
-    emit nameEdited(cleaned, txtval_->text());
+    emit nameEdited(cleaned, valueBox_->text());
 }
 
 void TagPropertiesPanel::valueChange() {
     if (guard_) return;
-    emit valueEdited(txtnam_->text(), txtval_->text());
+    emit valueEdited(nameBox_->text(), valueBox_->text());
 }
 
 }  // namespace rq::ui

@@ -31,10 +31,10 @@ class TagPropertiesPanel : public QGroupBox {
 
     QString name() const;
     QString value() const;
-    QLineEdit* nameBox() const { return txtnam_; }
-    QLineEdit* valueBox() const { return txtval_; }
-    QRadioButton* elementChoice() const { return makele_; }
-    QRadioButton* attributeChoice() const { return makatt_; }
+    QLineEdit* nameBox() const { return nameBox_; }
+    QLineEdit* valueBox() const { return valueBox_; }
+    QRadioButton* elementChoice() const { return elementOption_; }
+    QRadioButton* attributeChoice() const { return attributeOption_; }
     bool guarded() const { return guard_; }
 
   signals:
@@ -49,10 +49,10 @@ class TagPropertiesPanel : public QGroupBox {
     void setChoices(bool attribute, bool enabled);
     void setTextGuarded(QLineEdit* box, const QString& text);
 
-    QLineEdit* txtnam_;
-    QLineEdit* txtval_;
-    QRadioButton* makele_;
-    QRadioButton* makatt_;
+    QLineEdit* nameBox_;
+    QLineEdit* valueBox_;
+    QRadioButton* elementOption_;
+    QRadioButton* attributeOption_;
     bool guard_ = false;  // Check1
     QString lastName_;    // what an unanswered name prompt falls back to
 };

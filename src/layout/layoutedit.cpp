@@ -145,7 +145,7 @@ LayoutNode* addElement(LayoutTree& tree, LayoutNode* selected) {
     tree.table().setCell(row, 1, "element");
     closeClaimedRow(tree, row);
     LayoutNode* node =
-        tree.add(parent, Relation::LastChild, tree.maktre(), "<element>", kKindElement);
+        tree.add(parent, Relation::LastChild, tree.newKey(), "<element>", kKindElement);
     parent->expanded = true;
     return node;
 }
@@ -160,7 +160,7 @@ LayoutNode* addDataElement(LayoutTree& tree, LayoutNode* selected, int column) {
     tree.table().setCell(row, 3, std::to_string(column));
     closeClaimedRow(tree, row);
     LayoutNode* node =
-        tree.add(parent, Relation::LastChild, tree.maktre(), "<" + name + ">", kKindDataElement);
+        tree.add(parent, Relation::LastChild, tree.newKey(), "<" + name + ">", kKindDataElement);
     parent->expanded = true;
     return node;
 }
@@ -207,7 +207,7 @@ LayoutNode* dropNode(LayoutTree& tree, LayoutNode* dragged, LayoutNode* target) 
 LayoutNode* makeAttribute(LayoutTree& tree, LayoutNode* node) {
     if (!node || isFixed(tree, node) || !isElementKind(node->kind)) return nullptr;
     const NodeTable& t = tree.table();
-    const int r = ketmapr(node->key);
+    const int r = nodeNumber(node->key);
     const bool data = node->kind == kKindDataElement;
     node->text = data ? dataAttributeText(t.cell(r, 1)) : attributeText(t.cell(r, 1), t.cell(r, 2));
     releaseChildren(tree, node);
@@ -217,7 +217,7 @@ LayoutNode* makeAttribute(LayoutTree& tree, LayoutNode* node) {
 
 LayoutNode* makeElement(LayoutTree& tree, LayoutNode* node) {
     if (!node || !isAttributeKind(node->kind)) return nullptr;
-    node->text = "<" + tree.table().cell(ketmapr(node->key), 1) + ">";
+    node->text = "<" + tree.table().cell(nodeNumber(node->key), 1) + ">";
     node->kind = node->kind == kKindDataAttribute ? kKindDataElement : kKindElement;
     return sinkBelowAttributes(tree, node);
 }
@@ -226,7 +226,7 @@ bool applyTagName(LayoutTree& tree, LayoutNode* node, const std::string& name,
                   const std::string& value) {
     if (!node || node == tree.node(1)) return false;
     NodeTable& t = tree.table();
-    const int r = ketmapr(node->key);
+    const int r = nodeNumber(node->key);
     bool changed = setCellIfDifferent(t, r, 1, name);
     if (node == tree.node(2))
         return setIfDifferent(node->text, "<" + name + tree.rootAttributes + ">") || changed;

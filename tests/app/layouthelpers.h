@@ -66,7 +66,7 @@ inline QString treeShape(ui::LayoutView* v) {
 // Every node's display text agrees with its node-table row.
 inline bool textsAgreeWithTable(const LayoutTree& t) {
     for (const LayoutNode* n : t.preorder()) {
-        const int r = ketmapr(n->key);
+        const int r = nodeNumber(n->key);
         const std::string& name = t.table().cell(r, 1);
         const std::string& value = t.table().cell(r, 2);
         std::string expected;
@@ -97,7 +97,7 @@ inline QByteArray documentOf(ui::Frmdata& w) {
     restoreSnapshot(copy, takeSnapshot(w.state().tree));
     WorkingTable work;
     return QByteArray::fromStdString(
-        cmdsedfinfunc(copy, work, w.state().sheet, w.state().sheet.rows() - 1));
+        buildDocument(copy, work, w.state().sheet, w.state().sheet.rows() - 1));
 }
 
 inline void clickIndex(QTreeView* tree, const QModelIndex& index) {

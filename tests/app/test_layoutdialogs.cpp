@@ -289,7 +289,7 @@ class LayoutDialogsTest : public QObject {
         QCOMPARE(w->state().tree.rootAttributes, std::string(" "));
     }
 
-    void attributeNameRule() {
+    void cleanTagName() {
         AttributeDialog d({{"a", "1"}}, -1);
         d.show();
         QLineEdit* name = d.nameBox();

@@ -102,7 +102,7 @@ class MainWindowTest : public QObject {
         // Everything else on the sheet toolbar is available.
         QVERIFY(w.sheetToolAction("Cut")->isEnabled());
         QVERIFY(w.sheetToolAction("InsertRow")->isEnabled());
-        w.sqlenabfun(true);
+        w.enableSqlCommands(true);
         for (const char* name : {"mnusqlhand", "mnuvissql"}) QVERIFY(w.action(name)->isEnabled());
         for (const char* key : {"sqlpen", "sqlply"}) QVERIFY(w.sheetToolAction(key)->isEnabled());
     }

@@ -14,7 +14,7 @@ namespace {
 // A node as "name:number", attributes marked "@", children in braces, names
 // read from the node table.
 std::string shape(const LayoutTree& t, const LayoutNode* n) {
-    const int r = ketmapr(n->key);
+    const int r = nodeNumber(n->key);
     std::string s =
         (isAttributeKind(n->kind) ? "@" : "") + t.table().cell(r, 1) + ":" + std::to_string(r);
     if (n->children.empty()) return s;
@@ -34,8 +34,8 @@ LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::stri
     t.table().grow();
     const std::string text =
         kind == kKindAttribute ? attributeText(name, value) : elementText(name, value);
-    return before ? t.add(before, Relation::Previous, t.maktre(), text, kind)
-                  : t.add(parent, Relation::LastChild, t.maktre(), text, kind);
+    return before ? t.add(before, Relation::Previous, t.newKey(), text, kind)
+                  : t.add(parent, Relation::LastChild, t.newKey(), text, kind);
 }
 
 // root:2{row:3{@a:7,ID:4,Name:5{@b:9,inner:8},Qty:6}}: three data elements
@@ -46,7 +46,7 @@ void buildSample(LayoutTree& t) {
     sheet.setCell(0, 0, "ID");
     sheet.setCell(0, 1, "Name");
     sheet.setCell(0, 2, "Qty");
-    initree(t, sheet);
+    buildDefaultLayout(t, sheet);
     addNode(t, nullptr, kKindAttribute, "a", "1", t.find("4_"));
     LayoutNode* inner = addNode(t, t.find("5_"), kKindElement, "inner", "x");
     addNode(t, nullptr, kKindAttribute, "b", "2", inner);
@@ -309,7 +309,7 @@ TEST(LayoutSnapshot, RestoringGivesBackTheTreeKeysTableAndTidiedTables) {
     applyTagName(t, t.find("4_"), "Key", "");
     t.rootAttributes = " a=\"b\" ";
     WorkingTable scratch;
-    clenzr(t, scratch);  // a tidy renumbers keys and reorders the table
+    tidyLayout(t, scratch);  // a tidy renumbers keys and reorders the table
     const LayoutSnapshot after = takeSnapshot(t);
     EXPECT_NE(after, before);
 
@@ -319,8 +319,8 @@ TEST(LayoutSnapshot, RestoringGivesBackTheTreeKeysTableAndTidiedTables) {
     EXPECT_EQ(t.rootElement(), t.find("2_"));
     // What the writer reads after a tidy is the same as for the untouched twin.
     WorkingTable w1, w2;
-    clenzr(t, w1);
-    clenzr(twin, w2);
+    tidyLayout(t, w1);
+    tidyLayout(twin, w2);
     ASSERT_EQ(w1.rows(), w2.rows());
     for (int r = 0; r < w1.rows(); ++r) EXPECT_EQ(w1.row(r), w2.row(r)) << "row " << r;
     EXPECT_EQ(w1.bindings, w2.bindings);
