@@ -1,5 +1,6 @@
 #include "app/browserpane.h"
 
+#include <QFile>
 #include <QLabel>
 #include <QVBoxLayout>
 #include <QWebEngineView>
@@ -30,6 +31,27 @@ void BrowserPane::navigate(const QUrl& url) {
         view_->setUrl(url);
     else
         placeholder_->setText(url.toDisplayString());
+}
+
+}  // namespace rq::ui
+
+namespace rq::ui {
+
+namespace {
+
+// The browser takes content handed to it up to about 2 MB.
+constexpr qint64 kContentLimit = 1500 * 1024;
+
+}  // namespace
+
+void BrowserPane::showFile(const QString& path, const QString& contentType) {
+    QFile file(path);
+    if (!view_ || file.size() > kContentLimit || !file.open(QIODevice::ReadOnly)) {
+        navigate(QUrl::fromLocalFile(path));
+        return;
+    }
+    url_ = QUrl::fromLocalFile(path);
+    view_->setContent(file.readAll(), contentType, url_);
 }
 
 }  // namespace rq::ui

@@ -16,6 +16,10 @@ class BrowserPane : public QWidget {
     BrowserPane(const QString& name, bool realBrowser, QWidget* parent = nullptr);
 
     void navigate(const QUrl& url);
+    // Shows a local file read with the given content type, such as
+    // "text/xml;charset=windows-1252" for a file that does not say its
+    // encoding. Large files are navigated to instead.
+    void showFile(const QString& path, const QString& contentType);
     // The address last navigated to.
     QUrl url() const { return url_; }
     QWebEngineView* webView() const { return view_; }

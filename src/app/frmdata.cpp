@@ -49,6 +49,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
         Dialogs::exec(box);
     });
 
+    connectLayoutCommands();
     state_.tempFolder = makeWorkingFolder("sdat");
     resetToStartup();
 }
@@ -111,12 +112,7 @@ void Frmdata::buildBody(bool realBrowsers) {
                 showPosition();
             });
 
-    layoutView_ = new LayoutView(state_.tree, this);
-    connect(layoutView_, &LayoutView::refreshRequested, this, [this] {
-        buildDefaultLayout(state_.tree, state_.sheet);
-        layoutView_->rebuild();
-        generateView_->refreshQuickPreview();
-    });
+    layoutView_ = new LayoutView(state_, this);
     connect(layoutView_, &LayoutView::tagSelected, this, [this](bool on) {
         if (on) enableLayoutCommands(true);
     });

@@ -55,6 +55,9 @@ class Frmdata : public QMainWindow {
     // Loads the ODBC table-list entry into the sheet, reconnecting with the
     // saved connection string; false when it failed.
     bool loadOdbcListEntry(int row);
+    // File → "Open Layout..." (path given: no dialog) and "Save Layout...".
+    void openLayout(const QString& path = {});
+    void saveLayout();
     void showSheetView();
     void showLayoutView();
     void showGenerateView();
@@ -103,6 +106,7 @@ class Frmdata : public QMainWindow {
     void buildSheetToolbar();
     void buildBody(bool realBrowsers);
     void buildStatusBar();
+    void connectLayoutCommands();
     QAction* addItem(QMenu* menu, const char* name, const char* caption);
     QMenu* addSubmenu(QMenu* parent, const char* name, const char* caption);
     void addSeparator(QMenu* menu, const char* name);

@@ -71,6 +71,9 @@ void Frmdata::buildMenus() {
     QMenu* exportMenu = addSubmenu(file, "mnuexport", "Export");
     addItem(exportMenu, "mnuexporttxt", "&Text Files...");
     addSeparator(file, "mnuBar1");
+    addItem(file, "mnuopenlayout", "Open Layout...");
+    addItem(file, "mnusavelayout", "Save Layout...");
+    addSeparator(file, "mnuBarLayout");
     addItem(file, "mnuDBExit", "E&xit");
 
     QMenu* edit = addSubmenu(nullptr, "mnuedit", "Edit");

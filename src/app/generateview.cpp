@@ -323,7 +323,14 @@ void GenerateView::showPreviewFile() {
     const std::string path =
         writePreviewFile(state_.tempFolder, std::string_view(text.constData(), text.size()),
                          previewTypeExtension(previewTypeBox_->currentIndex()), convertSymbols());
-    if (!path.empty()) singleBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(path)));
+    if (path.empty()) return;
+    const QString file = QString::fromStdString(path);
+    // Without symbol conversion the file is code page 1252 and its declaration
+    // names no encoding: the browser is told.
+    if (convertSymbols())
+        singleBrowser_->navigate(QUrl::fromLocalFile(file));
+    else
+        singleBrowser_->showFile(file, QStringLiteral("text/xml;charset=windows-1252"));
 }
 
 void GenerateView::generateSingle() {

@@ -1,4 +1,5 @@
-// The window program: opens the database file named on the command line, if any.
+// The window program: opens the database file and the layout file named on the
+// command line, if any.
 // "--screenshots FOLDER FILE" instead saves pictures of each view and quits.
 #include <QApplication>
 #include <QStringList>
@@ -18,6 +19,12 @@ int main(int argc, char* argv[]) {
 
     rq::ui::Frmdata window;
     window.show();
-    if (args.size() > 1) window.openAtStart(args.at(1));
+    // A database file and a layout file may be given, in either order; the
+    // table is loaded first so that the layout is not replaced by its default.
+    QString database, layout;
+    for (const QString& arg : args.mid(1))
+        (arg.endsWith(QLatin1String(".rqlayout"), Qt::CaseInsensitive) ? layout : database) = arg;
+    if (!database.isEmpty()) window.openAtStart(database);
+    if (!layout.isEmpty()) window.openLayout(layout);
     return app.exec();
 }

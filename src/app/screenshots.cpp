@@ -11,7 +11,7 @@
 #include <QScreen>
 #include <QTabWidget>
 #include <QTimer>
-#include <QTreeWidget>
+#include <QTreeView>
 #include <QWebEngineView>
 #include <cstdio>
 
@@ -78,12 +78,12 @@ int takeScreenshots(const QString& folder, const QString& file) {
     ok = save(window, out.filePath(QStringLiteral("sheet.png"))) && ok;
 
     window.action(QStringLiteral("mnulayout"))->trigger();
-    QTreeWidget* tree = window.layoutView()->treeWidget();
+    QTreeView* tree = window.layoutView()->treeView();
     tree->expandAll();
     // A field element selected, so the properties panel shows something.
-    QTreeWidgetItem* item = tree->topLevelItem(0);
-    while (item && item->childCount() > 0) item = item->child(0);
-    if (item) tree->setCurrentItem(item);
+    QModelIndex item = tree->model()->index(0, 0);
+    while (tree->model()->rowCount(item) > 0) item = tree->model()->index(0, 0, item);
+    if (item.isValid()) tree->setCurrentIndex(item);
     settle(400);
     ok = save(window, out.filePath(QStringLiteral("layout.png"))) && ok;
 

@@ -85,6 +85,33 @@ class BrowserPanesTest : public QObject {
         QVERIFY2(listing.contains("form_row_3_to_row_3_.xml"), qPrintable(listing));
         w.close();
     }
+
+    // Without symbol conversion the preview file is code page 1252 and names
+    // no encoding; the pane still shows its letters.
+    void codePage1252PreviewShowsItsLetters() {
+        Frmdata w(true);
+        w.resize(1000, 700);
+        w.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        DataSheet& sheet = w.state().sheet;
+        sheet.reset({"City"});
+        const std::string_view cells[] = {"Z\xC3\xBCrich \xE2\x82\xAC 5"};  // Zürich € 5
+        sheet.appendRecord(cells, 1);
+        w.action("mnugenerate")->trigger();
+        w.findChild<QCheckBox*>("Check2")->setChecked(false);
+        w.findChild<QComboBox*>("Combo1")->setCurrentIndex(0);
+        QWebEngineView* view = w.generateView()->singleBrowser()->webView();
+        QSignalSpy loaded(view, &QWebEngineView::loadFinished);
+        w.findChild<QPushButton*>("cmdqwlvw")->click();
+        QFile file(QString::fromStdString(w.state().tempFolder) + "xml_temp.xml");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains("Z\xFCrich \x80 5"));
+        QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 30000);
+        const QString shown = pageText(view);
+        QVERIFY2(shown.contains(QString::fromUtf8("Z\xC3\xBCrich \xE2\x82\xAC 5")),
+                 qPrintable(shown));
+        w.close();
+    }
 };
 
 int main(int argc, char** argv) {

@@ -14,11 +14,12 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QToolBar>
-#include <QTreeWidget>
+#include <QTreeView>
 #include <QtTest>
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
+#include "app/layouttreemodel.h"
 #include "app/layoutview.h"
 #include "app/passworddialog.h"
 #include "app/sheetmodel.h"
@@ -85,7 +86,7 @@ class MainWindowTest : public QObject {
         QVERIFY(w.state().sheetchanged);
         // The layout is not built at start-up.
         QCOMPARE(w.state().tree.count(), 0);
-        QCOMPARE(w.layoutView()->treeWidget()->topLevelItemCount(), 0);
+        QCOMPARE(w.layoutView()->model()->rowCount(), 0);
         QCOMPARE(w.views()->currentIndex(), 0);
         QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
         QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:1 Column:0"));
@@ -119,14 +120,14 @@ class MainWindowTest : public QObject {
                        "|  &Lotus>|    Lotus WK1|    Lotus WK3|    Lotus WK4"
                        "|  &Paradox>|    &5.0...|    &4.X...|    &3.X..."
                        "|  &Btrieve...|  &Excel...|  &Text Files...|  &ODBC..."
-                       "|-|Export>|  &Text Files...|-|E&xit"));
+                       "|-|Export>|  &Text Files...|-|Open Layout...|Save Layout...|-|E&xit"));
         QCOMPARE(flatten(w.menu("mnuedit")),
                  split("Cut|Copy|Paste|Delete|Select all|-|Insert Row|Remove Row|Crop Row"
                        "|-|Insert Column...|Insert Column Index|Modify Column Name"
                        "|-|Sort Ascending|Sort Descending|-|Move UP|Move DOWN|-|SQL|Visual SQL"));
         QCOMPARE(flatten(w.menu("mnueditw")),
                  split("New Element|New Data Element|-|Define XML Document|-|Delete|-|Move Tag>"
-                       "|  Move UP|  Move DOWN|  Move LEFT|  Move RIGHT"));
+                       "|  Move UP|  Move DOWN|  Move LEFT|  Move RIGHT|-|Undo|Redo"));
         QCOMPARE(flatten(w.menu("mnuassign")),
                  split("Assign &DTD to XML File|Assign XSLT to XML File"
                        "|Assign &CSS to XML File|Assign &Schema to XML File|-"));
@@ -163,39 +164,41 @@ class MainWindowTest : public QObject {
         QCOMPARE(w.views()->currentIndex(), 1);
         QCOMPARE(w.statusViewPanel()->text(), QString("XML Layout"));
         QVERIFY(!w.state().sheetchanged);
-        QTreeWidget* tree = w.layoutView()->treeWidget();
-        QCOMPARE(tree->topLevelItemCount(), 1);
-        QTreeWidgetItem* doc = tree->topLevelItem(0);
-        QCOMPARE(doc->text(0), QString("<?xml version=\"1.0\"?>"));
-        QTreeWidgetItem* root = doc->child(0);
-        QCOMPARE(root->text(0), QString("<document>"));
-        QTreeWidgetItem* row = root->child(0);
-        QCOMPARE(row->text(0), QString("<row>"));
-        QCOMPARE(row->childCount(), 5);
-        QCOMPARE(row->child(0)->text(0), QString("<Element_1>"));
-        QCOMPARE(row->child(4)->text(0), QString("<Element_5>"));
-        QVERIFY(doc->isExpanded() && root->isExpanded() && row->isExpanded());
+        QTreeView* tree = w.layoutView()->treeView();
+        QAbstractItemModel* m = tree->model();
+        QCOMPARE(m->rowCount(), 1);
+        const QModelIndex doc = m->index(0, 0);
+        QCOMPARE(doc.data().toString(), QString("<?xml version=\"1.0\"?>"));
+        const QModelIndex root = m->index(0, 0, doc);
+        QCOMPARE(root.data().toString(), QString("<document>"));
+        const QModelIndex row = m->index(0, 0, root);
+        QCOMPARE(row.data().toString(), QString("<row>"));
+        QCOMPARE(m->rowCount(row), 5);
+        QCOMPARE(m->index(0, 0, row).data().toString(), QString("<Element_1>"));
+        QCOMPARE(m->index(4, 0, row).data().toString(), QString("<Element_5>"));
+        QVERIFY(tree->isExpanded(doc) && tree->isExpanded(root) && tree->isExpanded(row));
+        auto field = [m](int i) {
+            const QModelIndex r = m->index(0, 0, m->index(0, 0, m->index(0, 0)));
+            return m->index(i, 0, r).data().toString();
+        };
 
         // A header renamed in place does not rebuild the layout.
         w.state().sheet.setCell(0, 0, "Renamed");
         w.action("mnusheet")->trigger();
         QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
         w.action("mnulayout")->trigger();
-        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(0)->text(0),
-                 QString("<Element_1>"));
+        QCOMPARE(field(0), QString("<Element_1>"));
 
         // After sheetchanged it is rebuilt from the header row.
         w.state().sheetchanged = true;
         w.action("mnusheet")->trigger();
         w.action("mnulayout")->trigger();
-        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(0)->text(0),
-                 QString("<Renamed>"));
+        QCOMPARE(field(0), QString("<Renamed>"));
 
         // Refresh rebuilds whatever the flag says.
         w.state().sheet.setCell(0, 1, "Order ID");
         w.layoutView()->toolbarAction("Refresh")->trigger();
-        QCOMPARE(tree->topLevelItem(0)->child(0)->child(0)->child(1)->text(0),
-                 QString("<Order_ID>"));
+        QCOMPARE(field(1), QString("<Order_ID>"));
     }
 
     void clickingTheTabsSwitchesViews() {
@@ -215,8 +218,9 @@ class MainWindowTest : public QObject {
         QVERIFY(!w.action("mnuelent")->isEnabled());
         QVERIFY(!w.layoutView()->toolbarAction("up")->isEnabled());
         w.action("mnulayout")->trigger();
-        QTreeWidget* tree = w.layoutView()->treeWidget();
-        tree->setCurrentItem(tree->topLevelItem(0)->child(0)->child(0)->child(2));
+        QTreeView* tree = w.layoutView()->treeView();
+        QAbstractItemModel* m = tree->model();
+        tree->setCurrentIndex(m->index(2, 0, m->index(0, 0, m->index(0, 0, m->index(0, 0)))));
         QCOMPARE(w.findChild<QLineEdit*>("txtnam")->text(), QString("Element_3"));
         QCOMPARE(w.findChild<QLineEdit*>("txtval")->text(), QString());
         QVERIFY(w.findChild<QRadioButton*>("makele")->isChecked());
@@ -429,7 +433,7 @@ class MainWindowTest : public QObject {
         QCOMPARE(w.database(), nullptr);
         QVERIFY(!w.action("mnusqlhand")->isEnabled());
         QVERIFY(w.state().sheetchanged);
-        QCOMPARE(w.layoutView()->treeWidget()->topLevelItemCount(), 0);
+        QCOMPARE(w.layoutView()->model()->rowCount(), 0);
     }
 
     void openingAFixtureThroughTheMenu() {

@@ -1,0 +1,330 @@
+// The prolog and root-attribute commands of the window: Define XML Document,
+// the Assign dialog in its three modes, and the Schema Properties dialog with
+// its Attribute Name and Value dialog, driven by clicks and keys and checked
+// on the layout and the head of the document it gives.
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QToolButton>
+#include <QUndoStack>
+#include <QtTest>
+
+#include "app/assigndialog.h"
+#include "app/attributedialog.h"
+#include "app/dialogs.h"
+#include "app/schemadialog.h"
+#include "layouthelpers.h"
+
+using namespace rq;
+using namespace rq::ui;
+using namespace rq::testing;
+
+namespace {
+
+// The document's lines before the first record.
+QByteArray headOf(Frmdata& w) {
+    const QByteArray doc = documentOf(w);
+    return doc.left(doc.indexOf("\t\t<row>"));
+}
+
+// Dialogs answered in tests are not run; shown, they lay out their controls
+// and take clicks as on the screen.
+void showDialog(QDialog& d) {
+    d.show();
+    if (!QTest::qWaitForWindowExposed(&d)) qWarning("dialog not exposed");
+}
+
+void click(QDialog& d, const char* name) {
+    QWidget* b = d.findChild<QWidget*>(name);
+    if (!b) qFatal("no control %s", name);
+    QTest::mouseClick(b, Qt::LeftButton);
+}
+
+// Answers the next Assign dialog: ticks or unticks the box, types or browses
+// for the location, then presses a button.
+void answerAssign(bool tick, const QString& location, bool browse = false,
+                  const char* button = "cmdok") {
+    Dialogs::setNextDialogAction([=](QDialog& d) {
+        showDialog(d);
+        auto* check = d.findChild<QCheckBox*>("Check1");
+        if (check->isChecked() != tick) QTest::mouseClick(check, Qt::LeftButton);
+        auto* box = d.findChild<QLineEdit*>("txtlocation");
+        if (browse) {
+            Dialogs::setNextFileName(location);
+            click(d, "cmdbrowse");
+        } else if (tick) {
+            typeInto(box, location);
+        }
+        click(d, button);
+    });
+}
+
+// Answers the next Attribute Name and Value dialog.
+void answerAttribute(const QString& name, const QString& value, const char* button = "cmdok") {
+    Dialogs::setNextDialogAction([=](QDialog& d) {
+        showDialog(d);
+        if (!name.isNull()) typeInto(d.findChild<QLineEdit*>("txtname"), name);
+        if (!value.isNull()) typeInto(d.findChild<QLineEdit*>("txtvalue"), value);
+        click(d, button);
+        // A refused OK leaves the dialog open: close it.
+        if (d.result() != QDialog::Accepted) d.reject();
+    });
+}
+
+QStringList gridRows(const QTableWidget* grid) {
+    QStringList out;
+    for (int r = 0; r < grid->rowCount(); ++r)
+        out << grid->item(r, 0)->text() + "=" + grid->item(r, 1)->text();
+    return out;
+}
+
+}  // namespace
+
+class LayoutDialogsTest : public QObject {
+    Q_OBJECT
+  private slots:
+    void initTestCase() { Dialogs::setTestMode(true); }
+    void init() { Dialogs::clear(); }
+
+    void defineXmlDocument() {
+        auto w = designerWindow();
+        const QString declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+        Dialogs::setNextInput(declaration);
+        w->action("mnudefnxmlprop")->trigger();
+        QCOMPARE(Dialogs::shown().last().title, QString("Define XML Document"));
+        QCOMPARE(Dialogs::shown().last().text, QString("XML declaration"));
+        QCOMPARE(headOf(*w), declaration.toUtf8() + "\r\n\t<document>\r\n");
+        QCOMPARE(w->layoutView()->model()->index(0, 0).data().toString(), declaration);
+        // An empty answer changes nothing and leaves nothing to undo.
+        Dialogs::setNextInput("");
+        w->action("mnudefnxmlprop")->trigger();
+        QCOMPARE(headOf(*w), declaration.toUtf8() + "\r\n\t<document>\r\n");
+        QCOMPARE(w->layoutView()->undoStack()->count(), 1);
+        // An assignment rebuilds the declaration.
+        answerAssign(true, "a.css");
+        w->action("mnucss")->trigger();
+        QCOMPARE(headOf(*w), QByteArray("<?xml version=\"1.0\"?>\r\n<?xml:stylesheet "
+                                        "type=\"text/css\" href=\"a.css\"?>\r\n\t<document>\r\n"));
+    }
+
+    void assignDialogControls_data() {
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QString>("heading");
+        QTest::addColumn<QString>("filter");
+        QTest::newRow("dtd") << "mnudtd"
+                             << "Assign DTD"
+                             << "DTD Files (*.dtd)|*.dtd";
+        QTest::newRow("xslt") << "mnuxslt"
+                              << "Assign XSLT Stylesheets"
+                              << "XSLT Stylesheets (*.xsl;*.xslt)|*.xsl;*.xslt";
+        QTest::newRow("css") << "mnucss"
+                             << "Assign CSS Stylesheets"
+                             << "CSS Stylesheets (*.css)|*.css";
+    }
+
+    void assignDialogControls() {
+        QFETCH(QString, menu);
+        QFETCH(QString, heading);
+        QFETCH(QString, filter);
+        auto w = designerWindow();
+        bool checked = false;
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            showDialog(d);
+            QCOMPARE(d.windowTitle(), heading);
+            QCOMPARE(d.findChild<QLabel*>("lblheading")->text(), heading);
+            auto* box = d.findChild<QLineEdit*>("txtlocation");
+            auto* label = d.findChild<QLabel*>("Label1");
+            auto* browse = d.findChild<QToolButton*>("cmdbrowse");
+            QCOMPARE(box->toolTip(), QString("Enter location of the Document."));
+            QCOMPARE(browse->toolTip(), QString("Search of the Document."));
+            QCOMPARE(label->text(), QString("Location:"));
+            // Usable only while the box is ticked.
+            QVERIFY(!box->isEnabled() && !label->isEnabled() && !browse->isEnabled());
+            QTest::mouseClick(d.findChild<QCheckBox*>("Check1"), Qt::LeftButton);
+            QVERIFY(box->isEnabled() && label->isEnabled() && browse->isEnabled());
+            Dialogs::setNextFileName("/styles/chosen file");
+            QTest::mouseClick(browse, Qt::LeftButton);
+            QCOMPARE(Dialogs::shown().last().kind, QString("open"));
+            QCOMPARE(Dialogs::shown().last().text, filter);
+            QCOMPARE(box->text(), QString("/styles/chosen file"));
+            checked = true;
+            click(d, "cmdcancel");
+        });
+        w->action(menu)->trigger();
+        QVERIFY(checked);
+        // Cancel changes nothing.
+        QCOMPARE(headOf(*w), QByteArray("<?xml version=\"1.0\"?>\r\n\t<document>\r\n"));
+        QCOMPARE(w->layoutView()->undoStack()->count(), 0);
+    }
+
+    void assignmentsMakeTheProlog() {
+        auto w = designerWindow();
+        const QByteArray decl = "<?xml version=\"1.0\"?>\r\n";
+        const QByteArray xsl = "<?xml:stylesheet type=\"text/xsl\" href=\"view.xsl\"?>\r\n";
+        const QByteArray css = "<?xml:stylesheet type=\"text/css\" href=\"look.css\"?>\r\n";
+        const QByteArray dtd = "<!DOCTYPE document SYSTEM \"rules.dtd\">\r\n";
+        const QByteArray root = "\t<document>\r\n";
+        const struct {
+            const char* menu;
+            bool tick;
+            const char* location;
+            bool browse;
+            QByteArray head;
+        } steps[] = {
+            {"mnuxslt", true, "view.xsl", false, decl + xsl + root},
+            {"mnudtd", true, "rules.dtd", true, decl + xsl + dtd + root},
+            // One stylesheet slot: CSS replaces XSLT.
+            {"mnucss", true, "look.css", false, decl + css + dtd + root},
+            // Unticking removes only that item.
+            {"mnudtd", false, "", false, decl + css + root},
+        };
+        for (const auto& s : steps) {
+            answerAssign(s.tick, s.location, s.browse);
+            w->action(s.menu)->trigger();
+            QCOMPARE(headOf(*w), s.head);
+        }
+        // The DOCTYPE names the root as it is named at OK.
+        answerAssign(true, "rules.dtd");
+        w->action("mnudtd")->trigger();
+        clickKey(w->layoutView(), "2_", w->state().tree);
+        typeInto(w->layoutView()->properties()->nameBox(), "orders");
+        QCOMPARE(headOf(*w), decl + css + dtd + "\t<orders>\r\n");
+        // The dialog opens with the assignment the layout has.
+        bool seen = false;
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            showDialog(d);
+            QVERIFY(d.findChild<QCheckBox*>("Check1")->isChecked());
+            QCOMPARE(d.findChild<QLineEdit*>("txtlocation")->text(), QString("rules.dtd"));
+            seen = true;
+            click(d, "cmdok");
+        });
+        w->action("mnudtd")->trigger();
+        QVERIFY(seen);
+        QCOMPARE(headOf(*w),
+                 decl + css + "<!DOCTYPE orders SYSTEM \"rules.dtd\">\r\n\t<orders>\r\n");
+        // Every assignment is one step to undo.
+        QUndoStack* undo = w->layoutView()->undoStack();
+        undo->undo();
+        undo->undo();
+        QCOMPARE(headOf(*w), decl + css + dtd + "\t<document>\r\n");
+    }
+
+    void schemaPropertiesDialog() {
+        auto w = designerWindow();
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            showDialog(d);
+            auto* grid = d.findChild<QTableWidget*>("MSFlexGrid2");
+            QCOMPARE(grid->horizontalHeaderItem(0)->text(), QString("Attribute Name"));
+            QCOMPARE(grid->horizontalHeaderItem(1)->text(), QString("Attribute Value"));
+            QCOMPARE(grid->rowCount(), 0);
+            QCOMPARE(d.findChild<QPushButton*>("cmdAdd")->toolTip(),
+                     QString("Insert new attribute."));
+            // The schema file and the namespace give three rows.
+            Dialogs::setNextFileName("/schemas/orders.xsd");
+            Dialogs::setNextInput("urn:orders");
+            click(d, "Command1");
+            QCOMPARE(Dialogs::shown().at(Dialogs::shown().size() - 2).text,
+                     QString("XML Schema Files (*.xsd;*.xml)|*.xsd;*.xml"));
+            const ShownDialog ns = Dialogs::shown().last();
+            QCOMPARE(ns.title, QString("Your Namespace"));
+            QCOMPARE(ns.text, QString("Please enter your Namespace"));
+            QCOMPARE(gridRows(grid),
+                     QStringList({"xmlns=urn:orders",
+                                  "xmlns:xsi=http://www.w3.org/2001/XMLSchema-instance",
+                                  "xsi:schemaLocation=/schemas/orders.xsd"}));
+            // Add: the name rule while typing; a clash keeps the dialog open.
+            answerAttribute("my attr", "1");
+            click(d, "cmdAdd");
+            answerAttribute("xmlns", "2");
+            click(d, "cmdAdd");
+            QCOMPARE(Dialogs::shown().last().text, QString("Please choose a unique name"));
+            QCOMPARE(Dialogs::shown().last().icon, QMessageBox::Warning);
+            QCOMPARE(grid->rowCount(), 4);
+            QCOMPARE(grid->item(3, 0)->text(), QString("my_attr"));
+            // Modify keeps its own name; Move UP, Remove.
+            grid->selectRow(3);
+            answerAttribute(QString(), "one");
+            click(d, "cmdmodify");
+            click(d, "cmdatup");
+            QCOMPARE(grid->item(2, 0)->text(), QString("my_attr"));
+            QCOMPARE(grid->item(2, 1)->text(), QString("one"));
+            grid->selectRow(3);
+            click(d, "cmdremove");
+            grid->selectRow(0);
+            click(d, "cmdatdown");
+            QCOMPARE(gridRows(grid),
+                     QStringList({"xmlns:xsi=http://www.w3.org/2001/XMLSchema-instance",
+                                  "xmlns=urn:orders", "my_attr=one"}));
+            click(d, "OKButton");
+        });
+        w->action("mnushema")->trigger();
+        const QByteArray root =
+            "\t<document xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+            "xmlns=\"urn:orders\" my_attr=\"one\" >\r\n";
+        QCOMPARE(headOf(*w), "<?xml version=\"1.0\"?>\r\n" + root);
+        QCOMPARE(QString::fromStdString(w->state().tree.rootElement()->text),
+                 QString::fromUtf8(root.mid(1, root.size() - 3)));
+
+        // Reopened, the grid shows the attributes; Cancel keeps them.
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            showDialog(d);
+            QCOMPARE(d.findChild<QTableWidget*>("MSFlexGrid2")->rowCount(), 3);
+            click(d, "CancelButton");
+        });
+        w->action("mnushema")->trigger();
+        QCOMPARE(headOf(*w), "<?xml version=\"1.0\"?>\r\n" + root);
+        // Emptied, the root keeps one blank before ">".
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            showDialog(d);
+            auto* grid = d.findChild<QTableWidget*>("MSFlexGrid2");
+            while (grid->rowCount() > 0) {
+                grid->selectRow(0);
+                click(d, "cmdremove");
+            }
+            click(d, "OKButton");
+        });
+        w->action("mnushema")->trigger();
+        QCOMPARE(headOf(*w), QByteArray("<?xml version=\"1.0\"?>\r\n\t<document >\r\n"));
+        QCOMPARE(w->state().tree.rootAttributes, std::string(" "));
+    }
+
+    void cleanTagName() {
+        AttributeDialog d({{"a", "1"}}, -1);
+        d.show();
+        QLineEdit* name = d.nameBox();
+        typeInto(name, "x y.z");
+        QCOMPARE(name->text(), QString("x_yz"));
+        // Emptying the name asks for one.
+        Dialogs::setNextInput("good name");
+        QTest::keyClick(name, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(name, Qt::Key_Backspace);
+        QCOMPARE(Dialogs::shown().last().title, QString("Attribute Name"));
+        QCOMPARE(Dialogs::shown().last().text, QString("Enter 'Attribute Name'"));
+        QCOMPARE(name->text(), QString("good_name"));
+        // The name of the row being modified is its own, not a clash.
+        AttributeDialog modify({{"a", "1"}, {"b", "2"}}, 1);
+        modify.show();
+        QCOMPARE(modify.nameBox()->text(), QString("b"));
+        QTest::mouseClick(modify.findChild<QPushButton*>("cmdok"), Qt::LeftButton);
+        QCOMPARE(modify.result(), int(QDialog::Accepted));
+        QCOMPARE(modify.attribute(), (RootAttribute{"b", "2"}));
+    }
+
+    void rootAttributeTextsReadBack() {
+        const struct {
+            const char* text;
+            std::vector<RootAttribute> rows;
+        } cases[] = {
+            {" a=\"1\" b=\"x y\" ", {{"a", "1"}, {"b", "x y"}}},
+            {" ", {}},
+            {"", {}},
+            {" a=\"1\"", {}},             // not a text the dialog writes
+            {" a=\"say \"hi\" \" ", {}},  // ambiguous quotes
+        };
+        for (const auto& c : cases) QCOMPARE(SchemaDialog::parseRootAttributes(c.text), c.rows);
+    }
+};
+
+QTEST_MAIN(LayoutDialogsTest)
+#include "test_layoutdialogs.moc"
