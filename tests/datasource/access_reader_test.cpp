@@ -3,13 +3,17 @@
 // dates outside their range, from the raw doubles found in the files' bytes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
 
 #include "datasource/database.h"
+#include "datasource/isolatedread.h"
 #include "datasource/readers.h"
+#include "printed_output.h"
 
 namespace rq {
 namespace {
@@ -26,8 +30,15 @@ const fs::path kAccess = fs::path(ROWQUILL_FIXTURES) / "access";
 struct Table : RecordSink {
     std::vector<Field> fields;
     std::vector<std::vector<std::string>> rows;
+    std::vector<std::string> warnings;
+    bool ended = false;
     void begin(const std::vector<Field>& f) override { fields = f; }
     void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
+    void warning(const std::string& w) override {
+        EXPECT_FALSE(ended) << "warning after end(): " << w;
+        warnings.push_back(w);
+    }
+    void end() override { ended = true; }
     std::vector<std::string> names() const {
         std::vector<std::string> out;
         for (auto& f : fields) out.push_back(f.name);
@@ -373,6 +384,47 @@ TEST(AccessReader, DamagedFilesGiveErrorsNotCrashes) {
     }
     fs::remove_all(dir);
     EXPECT_GT(opened + failed, 0);
+}
+
+// A file cut short: the records on the pages that remain are read, and the
+// reader says how many of the table's records that is. What libmdb prints
+// about the missing pages becomes a warning and is never printed.
+TEST(AccessReader, TruncatedFileSaysHowManyRecordsWereRead) {
+    NEED_FIXTURES();
+    fs::path dir = fs::temp_directory_path() / "rq_access_truncated";
+    fs::create_directories(dir);
+    std::ifstream in(kAccess / "mdbtestdata/nwind.mdb", std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    const fs::path cut = dir / "nwind.mdb";
+    // The data pages of Order Details are pages 417 to 475 (2048 bytes each);
+    // the file ends after page 445.
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, 446 * 2048);
+    for (bool isolated : {true, false}) {
+        setIsolatedReads(isolated);
+        Table t;
+        std::unique_ptr<Database> db;
+        const std::string printed = testing::printedDuring([&] {
+            db = openAccessDatabase(cut.string(), {});
+            db->read("Order Details", t);
+        });
+        EXPECT_TRUE(t.ended);
+        ASSERT_LT(t.rows.size(), 2155u);  // all of them in the whole file (mdb-count)
+        const std::string counted =
+            cut.string() + ": " + std::to_string(t.rows.size()) + " of 2155 records read";
+        EXPECT_NE(std::find(t.warnings.begin(), t.warnings.end(), counted), t.warnings.end())
+            << isolated;
+        if (!isolated) continue;  // read in this process, libmdb prints as it likes
+        EXPECT_EQ(printed, "");
+        bool pagesMissing = false;
+        for (auto& w : t.warnings) pagesMissing |= w.find("ends before pages") != std::string::npos;
+        EXPECT_TRUE(pagesMissing);
+    }
+    setIsolatedReads(true);
+    // A whole file warns of nothing.
+    Table whole = load(*open("mdbtestdata/nwind.mdb"), "Order Details");
+    EXPECT_EQ(whole.rows.size(), 2155u);
+    EXPECT_TRUE(whole.warnings.empty());
+    fs::remove_all(dir);
 }
 
 }  // namespace
