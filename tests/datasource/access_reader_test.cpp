@@ -386,6 +386,50 @@ TEST(AccessReader, DamagedFilesGiveErrorsNotCrashes) {
     EXPECT_GT(opened + failed, 0);
 }
 
+// A table whose map of pages is an empty row: libmdb would follow a null
+// map, so the reader refuses the table, even when it runs in this process.
+TEST(AccessReader, EmptyPageMapIsRefusedBeforeLibmdbFollowsIt) {
+    NEED_FIXTURES();
+    std::ifstream in(kAccess / "jackcess/testV1997.mdb", std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    // Jet 3 pages of 2048 bytes. The table defined on page 22 keeps its map in
+    // row 0 of page 23; row 1 of that page is made empty (it starts where
+    // row 0 starts) and the definition is pointed at it.
+    auto put16 = [&](std::size_t at, unsigned v) {
+        bytes[at] = static_cast<char>(v & 0xFF);
+        bytes[at + 1] = static_cast<char>(v >> 8);
+    };
+    const std::size_t map = 23 * 2048, def = 22 * 2048;
+    ASSERT_EQ(bytes[def], 2);  // a table definition
+    const unsigned row0 = static_cast<unsigned char>(bytes[map + 10]) |
+                          (static_cast<unsigned char>(bytes[map + 11]) << 8);
+    put16(map + 12, row0 & 0x1FFF);
+    put16(def + 35, (23u << 8) | 1u);
+    put16(def + 37, 0);
+    fs::path dir = fs::temp_directory_path() / "rq_access_map";
+    fs::create_directories(dir);
+    const fs::path file = dir / "map.mdb";
+    std::ofstream(file, std::ios::binary) << bytes;
+    for (bool isolated : {false, true}) {
+        setIsolatedReads(isolated);
+        auto db = openAccessDatabase(file.string(), {});
+        int refused = 0, read = 0;
+        for (auto& e : db->catalog()) {
+            try {
+                load(*db, e.name);
+                ++read;
+            } catch (const DatabaseError& err) {
+                refused +=
+                    std::string(err.what()).find("map of pages is damaged") != std::string::npos;
+            }
+        }
+        EXPECT_EQ(refused, 1) << isolated;
+        EXPECT_GT(read, 0);
+    }
+    setIsolatedReads(true);
+    fs::remove_all(dir);
+}
+
 // A file cut short: the records on the pages that remain are read, and the
 // reader says how many of the table's records that is. What libmdb prints
 // about the missing pages becomes a warning and is never printed.
