@@ -60,7 +60,7 @@ for t in "${targets[@]}"; do
     log=$build/fuzz_$t.log
     # Fork mode goes on after a crash, keeping each crashing input.
     (cd "$logs" && nice -n "$nice" "$build/fuzz/fuzz_$t" "$work" \
-        -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
+        -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 -close_fd_mask=3 \
         -max_total_time="$seconds" -max_len="$(maxlen "$t")" -timeout=20 -rss_limit_mb=2048 \
         -report_slow_units=100000 -artifact_prefix="$crashes/" -print_final_stats=1 >"$log" 2>&1) || true
     status=$(grep -E '^#[0-9]+: cov:' "$log" | tail -1 || true)
