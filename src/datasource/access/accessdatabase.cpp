@@ -19,6 +19,7 @@
 #include <memory>
 
 #include "datasource/access/jetformat.h"
+#include "datasource/access/mdbmessages.h"
 #include "datasource/access/storedquery.h"
 #include "datasource/codepage.h"
 #include "datasource/isolatedread.h"
@@ -464,25 +465,6 @@ void AccessDatabase::loadQueryRows() {
     scan(entry, nullptr, &sink);
 }
 
-// What libmdb prints while it reads, as warnings for the user: the ones that
-// say records are missing. Lines that come with an error of their own, or
-// that repeat another line, are dropped.
-std::string libraryMessageWarning(const std::string& file, std::string_view line) {
-    auto has = [&](std::string_view s) { return line.find(s) != std::string_view::npos; };
-    if (has("is beyond EOF"))
-        return file + " ends before pages its tables use; the records on them are missing";
-    if (has("from map doesn't match"))
-        return file + ": a table lists a page that is not its own; the page was skipped";
-    if (has("brute force read"))
-        return file + ": a table's map of pages is damaged; its pages were found by searching";
-    if (has("mdb_crack_row")) return file + ": damaged records were skipped";
-    if (has("memo") || has("ole field")) return file + ": a memo or OLE value is damaged";
-    if (has("reading page") || has("usage map type") || has("full page") || has("mdb_read_table") ||
-        has("Unable to"))
-        return {};
-    return file + ": " + std::string(line);
-}
-
 std::unique_ptr<Database> openInProcess(const std::string& file, const OpenOptions& options,
                                         const jet::Header& header, std::uintmax_t size) {
     MdbHandle* mdb = mdb_open(file.c_str(), MDB_NOFLAGS);
@@ -525,7 +507,7 @@ std::unique_ptr<Database> openAccessDatabase(const std::string& file, const Open
     }
     return isolatedDatabase(
         file, [=] { return openInProcess(file, options, header, size); },
-        [file](std::string_view line) { return libraryMessageWarning(file, line); });
+        [file](std::string_view line) { return mdbMessageWarning(file, line); });
 }
 
 }  // namespace rq
