@@ -23,6 +23,7 @@ namespace {
 std::atomic<int> isolationState{-1};
 
 constexpr std::size_t kBlock = 64 * 1024;        // the child writes in blocks of this size
+constexpr std::size_t kPipeSize = 1024 * 1024;   // asked for; the system may give less
 constexpr std::size_t kMaxChatterLine = 4096;    // a longer printed line is cut here
 constexpr std::size_t kMaxChatterWarnings = 20;  // distinct warnings kept from printed lines
 constexpr int kExitPipeFailed = 3;
@@ -160,6 +161,8 @@ class ChildProcess {
             errno = saved;
             fail(file, "pipe");
         }
+        // A larger pipe lets the child run further ahead of the caller.
+        ::fcntl(data[1], F_SETPIPE_SZ, static_cast<int>(kPipeSize));
         pid_ = ::fork();
         if (pid_ == 0) {
             ::close(data[0]);
