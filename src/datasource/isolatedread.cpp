@@ -130,7 +130,14 @@ class FrameWriter final : public RecordSink {
     ::dup2(chatterFd, STDERR_FILENO);
     if (chatterFd > STDERR_FILENO) ::close(chatterFd);
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    ::signal(SIGPIPE, SIG_DFL);
+    // The parent's descriptors (its files, sockets, the pipes of other
+    // children) are not the child's business; holding another child's pipe
+    // open would keep its reader waiting.
+    if (dataFd > STDERR_FILENO + 1) ::close_range(STDERR_FILENO + 1, dataFd - 1, 0);
+    ::close_range(dataFd + 1, ~0U, 0);
+    // The caller's handlers (removing its working folder on an interrupt)
+    // are not for the child to run.
+    for (int sig : {SIGPIPE, SIGINT, SIGTERM, SIGHUP, SIGQUIT}) ::signal(sig, SIG_DFL);
     FrameWriter out(dataFd);
     try {
         work(out);
@@ -175,6 +182,7 @@ class ChildProcess {
         dataFd_ = data[0];
         chatterFd_ = chatter[0];
         if (pid_ < 0) {
+            closeFds();
             errno = saved;
             fail(file, "fork");
         }
