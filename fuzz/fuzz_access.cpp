@@ -1,17 +1,27 @@
 // Access reader over arbitrary bytes: the input is written to a temporary file,
-// opened, and every table and stored query of it read.
+// opened, and every table and stored query of it read. libmdb runs in this
+// process, so that the sanitizers see into it.
 #include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "datasource/database.h"
+#include "datasource/isolatedread.h"
 #include "datasource/readers.h"
 #include "fuzzsink.h"
 
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    rq::setIsolatedReads(false);
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string path = "/tmp/rq_fuzz_access_" + std::to_string(getpid()) + ".mdb";
+    const std::string path = (std::filesystem::temp_directory_path() /
+                              ("rq_fuzz_access_" + std::to_string(getpid()) + ".mdb"))
+                                 .string();
     if (std::FILE* f = std::fopen(path.c_str(), "wb")) {
         std::fwrite(data, 1, size, f);
         std::fclose(f);
@@ -31,5 +41,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     } catch (const rq::DatabaseError&) {
     }
+    std::remove(path.c_str());
     return 0;
 }

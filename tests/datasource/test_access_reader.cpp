@@ -3,13 +3,17 @@
 // dates outside their range, from the raw doubles found in the files' bytes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
 
 #include "datasource/database.h"
+#include "datasource/isolatedread.h"
 #include "datasource/readers.h"
+#include "printed_output.h"
 
 namespace rq {
 namespace {
@@ -26,8 +30,15 @@ const fs::path kAccess = fs::path(ROWQUILL_FIXTURES) / "access";
 struct Table : RecordSink {
     std::vector<Field> fields;
     std::vector<std::vector<std::string>> rows;
+    std::vector<std::string> warnings;
+    bool ended = false;
     void begin(const std::vector<Field>& f) override { fields = f; }
     void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
+    void warning(const std::string& w) override {
+        EXPECT_FALSE(ended) << "warning after end(): " << w;
+        warnings.push_back(w);
+    }
+    void end() override { ended = true; }
     std::vector<std::string> names() const {
         std::vector<std::string> out;
         for (auto& f : fields) out.push_back(f.name);
@@ -373,6 +384,91 @@ TEST(AccessReader, DamagedFilesGiveErrorsNotCrashes) {
     }
     fs::remove_all(dir);
     EXPECT_GT(opened + failed, 0);
+}
+
+// A table whose map of pages is an empty row: libmdb would follow a null
+// map, so the reader refuses the table, even when it runs in this process.
+TEST(AccessReader, EmptyPageMapIsRefusedBeforeLibmdbFollowsIt) {
+    NEED_FIXTURES();
+    std::ifstream in(kAccess / "jackcess/testV1997.mdb", std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    // Jet 3 pages of 2048 bytes. The table defined on page 22 keeps its map in
+    // row 0 of page 23; row 1 of that page is made empty (it starts where
+    // row 0 starts) and the definition is pointed at it.
+    auto put16 = [&](std::size_t at, unsigned v) {
+        bytes[at] = static_cast<char>(v & 0xFF);
+        bytes[at + 1] = static_cast<char>(v >> 8);
+    };
+    const std::size_t map = 23 * 2048, def = 22 * 2048;
+    ASSERT_EQ(bytes[def], 2);  // a table definition
+    const unsigned row0 = static_cast<unsigned char>(bytes[map + 10]) |
+                          (static_cast<unsigned char>(bytes[map + 11]) << 8);
+    put16(map + 12, row0 & 0x1FFF);
+    put16(def + 35, (23u << 8) | 1u);
+    put16(def + 37, 0);
+    fs::path dir = fs::temp_directory_path() / "rq_access_map";
+    fs::create_directories(dir);
+    const fs::path file = dir / "map.mdb";
+    std::ofstream(file, std::ios::binary) << bytes;
+    for (bool isolated : {false, true}) {
+        setIsolatedReads(isolated);
+        auto db = openAccessDatabase(file.string(), {});
+        int refused = 0, read = 0;
+        for (auto& e : db->catalog()) {
+            try {
+                load(*db, e.name);
+                ++read;
+            } catch (const DatabaseError& err) {
+                refused +=
+                    std::string(err.what()).find("map of pages is damaged") != std::string::npos;
+            }
+        }
+        EXPECT_EQ(refused, 1) << isolated;
+        EXPECT_GT(read, 0);
+    }
+    setIsolatedReads(true);
+    fs::remove_all(dir);
+}
+
+// A file cut short: the records on the pages that remain are read, and the
+// reader says how many of the table's records that is. What libmdb prints
+// about the missing pages becomes a warning and is never printed.
+TEST(AccessReader, TruncatedFileSaysHowManyRecordsWereRead) {
+    NEED_FIXTURES();
+    fs::path dir = fs::temp_directory_path() / "rq_access_truncated";
+    fs::create_directories(dir);
+    std::ifstream in(kAccess / "mdbtestdata/nwind.mdb", std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    const fs::path cut = dir / "nwind.mdb";
+    // The data pages of Order Details are pages 417 to 475 (2048 bytes each);
+    // the file ends after page 445.
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, 446 * 2048);
+    for (bool isolated : {true, false}) {
+        setIsolatedReads(isolated);
+        Table t;
+        std::unique_ptr<Database> db;
+        const std::string printed = testing::printedDuring([&] {
+            db = openAccessDatabase(cut.string(), {});
+            db->read("Order Details", t);
+        });
+        EXPECT_TRUE(t.ended);
+        ASSERT_LT(t.rows.size(), 2155u);  // all of them in the whole file (mdb-count)
+        const std::string counted =
+            cut.string() + ": " + std::to_string(t.rows.size()) + " of 2155 records read";
+        EXPECT_NE(std::find(t.warnings.begin(), t.warnings.end(), counted), t.warnings.end())
+            << isolated;
+        if (!isolated) continue;  // read in this process, libmdb prints as it likes
+        EXPECT_EQ(printed, "");
+        bool pagesMissing = false;
+        for (auto& w : t.warnings) pagesMissing |= w.find("ends before pages") != std::string::npos;
+        EXPECT_TRUE(pagesMissing);
+    }
+    setIsolatedReads(true);
+    // A whole file warns of nothing.
+    Table whole = load(*open("mdbtestdata/nwind.mdb"), "Order Details");
+    EXPECT_EQ(whole.rows.size(), 2155u);
+    EXPECT_TRUE(whole.warnings.empty());
+    fs::remove_all(dir);
 }
 
 }  // namespace

@@ -19,8 +19,10 @@
 #include <memory>
 
 #include "datasource/access/jetformat.h"
+#include "datasource/access/mdbmessages.h"
 #include "datasource/access/storedquery.h"
 #include "datasource/codepage.h"
+#include "datasource/isolatedread.h"
 #include "datasource/readers.h"
 #include "datasource/sqlengine.h"
 #include "datasource/valuetext.h"
@@ -107,8 +109,13 @@ struct QueryEntry {
 
 class AccessDatabase : public Database {
   public:
-    AccessDatabase(std::string path, MdbHandle* mdb, const jet::Header& header, int codePage)
-        : path_(std::move(path)), mdb_(mdb), header_(header), codePage_(CodePage::get(codePage)) {}
+    AccessDatabase(std::string path, MdbHandle* mdb, const jet::Header& header, int codePage,
+                   std::uintmax_t pageCount)
+        : path_(std::move(path)),
+          mdb_(mdb),
+          header_(header),
+          codePage_(CodePage::get(codePage)),
+          pageCount_(pageCount) {}
     ~AccessDatabase() override { mdb_close(mdb_); }
 
     void loadCatalog();
@@ -203,14 +210,12 @@ class AccessDatabase : public Database {
     MdbHandle* mdb_;
     jet::Header header_;
     const CodePage& codePage_;
-    std::uintmax_t pageCount_ = 0;
+    std::uintmax_t pageCount_;
     std::deque<MdbCatalogEntry> entries_;  // stable addresses for libmdb
     std::vector<MdbCatalogEntry*> tables_;
     std::vector<QueryEntry> queries_;
     bool queryRowsLoaded_ = false;
     std::map<std::uint32_t, std::vector<jet::QueryRow>> queryRows_;
-
-    friend std::unique_ptr<Database> rq::openAccessDatabase(const std::string&, const OpenOptions&);
 };
 
 // The catalog is read from the system table of objects here rather than with
@@ -286,6 +291,9 @@ void AccessDatabase::scan(MdbCatalogEntry* entry, std::vector<Field>* fieldsOut,
         fail("it is linked from another database, which is not opened.");
     TableDefPtr table(mdb_read_table(entry));
     if (!table) fail("its definition is damaged.");
+    // libmdb follows the page map without checking it.
+    if (!jet::usageMapIsSound(table->usage_map, table->map_sz))
+        fail("its map of pages is damaged.");
     if (!mdb_read_columns(table.get()) || !table->columns) fail("its columns are damaged.");
     const guint ncols = table->columns->len;
     std::vector<Field> fields;
@@ -322,6 +330,11 @@ void AccessDatabase::scan(MdbCatalogEntry* entry, std::vector<Field>* fieldsOut,
         }
         sink->row(views.data(), views.size());
     }
+    // The definition counts the table's records; a file cut short, or pages
+    // that could not be read, give fewer.
+    if (rows < table->num_rows)
+        sink->warning(path_ + ": " + std::to_string(rows) + " of " +
+                      std::to_string(table->num_rows) + " records read");
     sink->end();
 }
 
@@ -458,15 +471,30 @@ void AccessDatabase::loadQueryRows() {
     scan(entry, nullptr, &sink);
 }
 
+std::unique_ptr<Database> openInProcess(const std::string& file, const OpenOptions& options,
+                                        const jet::Header& header, std::uintmax_t size) {
+    MdbHandle* mdb = mdb_open(file.c_str(), MDB_NOFLAGS);
+    if (!mdb) unrecognised(file);
+    int codePage = options.codepage;
+    if (codePage == 0) codePage = CodePage::isSupported(header.codePage) ? header.codePage : 1252;
+    auto db = std::make_unique<AccessDatabase>(file, mdb, header, codePage,
+                                               size / static_cast<std::uintmax_t>(header.pageSize));
+    db->loadCatalog();
+    return db;
+}
+
 }  // namespace
 
+// The header, the size and the password are checked here, by this reader's
+// own code; libmdb reads the rest in a child process (isolatedread.h).
 std::unique_ptr<Database> openAccessDatabase(const std::string& file, const OpenOptions& options) {
     struct stat st {};
     if (::stat(file.c_str(), &st) != 0)
         throw DatabaseError("Could not find file '" + file + "': " + std::strerror(errno) + ".");
     if (!S_ISREG(st.st_mode)) unrecognised(file);
     std::ifstream in(file, std::ios::binary);
-    if (!in) throw DatabaseError("Could not open file '" + file + "'.");
+    if (!in)
+        throw DatabaseError("Could not open file '" + file + "': " + std::strerror(errno) + ".");
     std::string page0(4096, '\0');
     in.read(page0.data(), static_cast<std::streamsize>(page0.size()));
     page0.resize(static_cast<std::size_t>(in.gcount()));
@@ -483,14 +511,9 @@ std::unique_ptr<Database> openAccessDatabase(const std::string& file, const Open
     } else if (!header.password.empty() && options.password != header.password) {
         throw DatabaseError("Not a valid password for '" + file + "'.", kErrPasswordRequired);
     }
-    MdbHandle* mdb = mdb_open(file.c_str(), MDB_NOFLAGS);
-    if (!mdb) unrecognised(file);
-    int codePage = options.codepage;
-    if (codePage == 0) codePage = CodePage::isSupported(header.codePage) ? header.codePage : 1252;
-    auto db = std::make_unique<AccessDatabase>(file, mdb, header, codePage);
-    db->pageCount_ = size / static_cast<std::uintmax_t>(header.pageSize);
-    db->loadCatalog();
-    return db;
+    return isolatedDatabase(
+        file, [=] { return openInProcess(file, options, header, size); },
+        [file](std::string_view line) { return mdbMessageWarning(file, line); });
 }
 
 }  // namespace rq

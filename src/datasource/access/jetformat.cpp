@@ -137,6 +137,11 @@ std::string decimalValue(std::string_view b, int scale) {
     return valuetext::decimalDigits((p[0] & 0x80) != 0, digits, scale);
 }
 
+bool usageMapIsSound(const unsigned char* map, std::size_t size) {
+    if (map == nullptr || size < 1) return false;
+    return map[0] != 0 || size >= 5;
+}
+
 std::string guidValue(std::string_view b) {
     if (b.size() < 16) return {};
     const auto* p = reinterpret_cast<const unsigned char*>(b.data());

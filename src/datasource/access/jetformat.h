@@ -39,4 +39,10 @@ std::string decimalValue(std::string_view bytes17, int scale);
 // A replication id (GUID) in its registry form {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}.
 std::string guidValue(std::string_view bytes16);
 
+// Whether a table's map of its data pages can be followed: a type byte, and
+// for a map of type 0 (a first page number then a bitmap of the pages after
+// it) the five bytes of its head. Other types list pages that hold bitmaps,
+// four bytes each, or are unknown and followed by searching every page.
+bool usageMapIsSound(const unsigned char* map, std::size_t size);
+
 }  // namespace rq::jet

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "datasource/excel/celltable.h"
+#include "datasource/isolatedread.h"
 #include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
 
@@ -60,7 +61,7 @@ class LotusDatabase : public Database {
     struct Table {
         std::string name;
         std::string file;
-        std::string error;  // why the file could not be read, if it could not
+        std::string error;  // the message when the file could not be read
         std::shared_ptr<excel::CellTable> cells;
     };
 
@@ -77,12 +78,15 @@ class LotusDatabase : public Database {
             if (!in) throw std::runtime_error("the file cannot be opened");
             std::string bytes((std::istreambuf_iterator<char>(in)),
                               std::istreambuf_iterator<char>());
-            sheets = lotus::parseLotusWorkbook(bytes, encoding_);
+            sheets = parseIsolated(path, bytes);
+        } catch (const DatabaseError& e) {
+            error = e.what();  // the file could not be parsed at all
         } catch (const std::exception& e) {
-            error = e.what();
+            error = "'" + path + "' cannot be read: " + e.what() + ".";
         }
         if (sheets.empty()) {
-            tables_.push_back({base, path, error.empty() ? "the file holds no sheet" : error, {}});
+            if (error.empty()) error = "'" + path + "' cannot be read: the file holds no sheet.";
+            tables_.push_back({base, path, error, {}});
             return;
         }
         for (std::size_t i = 0; i < sheets.size(); ++i) {
@@ -97,6 +101,50 @@ class LotusDatabase : public Database {
         }
     }
 
+    // libwps parses in a child process; each sheet comes back as its name
+    // (the one field) and one record per cell: row, column, kind, text.
+    std::vector<lotus::LotusSheet> parseIsolated(const std::string& path,
+                                                 const std::string& bytes) {
+        if (!isolatedReads()) return lotus::parseLotusWorkbook(bytes, encoding_);
+        struct SheetsSink : RecordSink {
+            std::vector<lotus::LotusSheet> sheets;
+            void begin(const std::vector<Field>& f) override {
+                sheets.push_back({f.empty() ? std::string() : f[0].name, {}, {}});
+            }
+            void row(const std::string_view* c, std::size_t n) override {
+                if (n != 4 || sheets.empty() || c[2].size() != 1) return;
+                excel::SheetCell cell;
+                cell.row = static_cast<std::uint32_t>(std::stoul(std::string(c[0])));
+                cell.col = static_cast<std::uint32_t>(std::stoul(std::string(c[1])));
+                cell.kind = static_cast<excel::CellKind>(c[2][0] - '0');
+                cell.text = std::string(c[3]);
+                sheets.back().cells.push_back(std::move(cell));
+            }
+        } sink;
+        readIsolated(
+            path,
+            [&](RecordSink& out) {
+                std::vector<lotus::LotusSheet> parsed;
+                try {
+                    parsed = lotus::parseLotusWorkbook(bytes, encoding_);
+                } catch (const std::exception& e) {
+                    throw DatabaseError("'" + path + "' cannot be read: " + e.what() + ".");
+                }
+                for (const auto& sheet : parsed) {
+                    out.begin({{sheet.name, kText}});
+                    for (const auto& cell : sheet.cells) {
+                        const std::string row = std::to_string(cell.row);
+                        const std::string col = std::to_string(cell.col);
+                        const char kind = static_cast<char>('0' + static_cast<int>(cell.kind));
+                        const std::string_view cells[4] = {row, col, {&kind, 1}, cell.text};
+                        out.row(cells, 4);
+                    }
+                }
+            },
+            sink);
+        return std::move(sink.sheets);
+    }
+
     const excel::CellTable& find(const std::string& table) const {
         const Table* hit = nullptr;
         for (const auto& t : tables_)
@@ -106,8 +154,7 @@ class LotusDatabase : public Database {
                 if (lower(t.name) == lower(table)) hit = &t;
         if (!hit)
             throw DatabaseError("The table '" + table + "' does not exist in '" + folder_ + "'.");
-        if (!hit->cells)
-            throw DatabaseError("'" + hit->file + "' cannot be read: " + hit->error + ".");
+        if (!hit->cells) throw DatabaseError(hit->error);
         return *hit->cells;
     }
 
