@@ -20,6 +20,8 @@
 #include "app/aboutbox.h"
 #include "app/dialogs.h"
 #include "app/generateview.h"
+#include "app/helpwindow.h"
+#include "app/layouttreemodel.h"
 #include "app/layoutview.h"
 #include "app/opensettings.h"
 #include "app/sheetmodel.h"
@@ -47,6 +49,17 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
     connect(action("mnuabout"), &QAction::triggered, this, [this] {
         AboutBox box(this);
         Dialogs::exec(box);
+    });
+
+    // The table list, hidden once a table is loaded, can be shown again while
+    // a source is open.
+    QAction* tableList = addItem(menu("mnuview"), "mnutablelist", "&Table List");
+    tableList->setEnabled(false);
+    connect(menu("mnuview"), &QMenu::aboutToShow, this, [this, tableList] {
+        tableList->setEnabled(fileTableList_->count() > 0 || odbcTableList_->count() > 0);
+    });
+    connect(tableList, &QAction::triggered, this, [this] {
+        if (fileTableList_->count() > 0 || odbcTableList_->count() > 0) showTableList();
     });
 
     connectLayoutCommands();
@@ -120,6 +133,9 @@ void Frmdata::buildBody(bool realBrowsers) {
     // The generate view reports into the second panel and the progress bar.
     generateView_ =
         new GenerateView(state_, StatusTargets{textStatus_, mainProgress_}, realBrowsers, this);
+    // A changed sheet or layout makes earlier output stale.
+    generateView_->watch(sheetModel_);
+    generateView_->watch(layoutView_->model());
 
     tabs_ = new QTabWidget(this);
     tabs_->setObjectName(QStringLiteral("SSTab1"));
@@ -315,8 +331,8 @@ void Frmdata::resizeEvent(QResizeEvent* event) {
 }
 
 void Frmdata::openHelp(const char* relative) {
-    Dialogs::openUrl(
-        QUrl::fromLocalFile(helpPagePath(QCoreApplication::applicationDirPath(), relative)));
+    openHelpPage(
+        this, QUrl::fromLocalFile(helpPagePath(QCoreApplication::applicationDirPath(), relative)));
 }
 
 void Frmdata::deleteWorkingFolder() {

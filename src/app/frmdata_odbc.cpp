@@ -7,6 +7,7 @@
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/odbcsourcedialog.h"
+#include "app/warningsbox.h"
 #include "datasource/odbc/odbcsource.h"
 #include "datasource/sheetloader.h"
 
@@ -79,11 +80,12 @@ bool Frmdata::loadOdbcListEntry(int row) {
     if (!item || state_.odbcConnection.empty()) return false;
     std::unique_ptr<OdbcSource> source;
     QString error;
+    std::vector<std::string> warnings;
     {
         BusyCursor busy;
         try {
             source = openOdbcSource(state_.odbcConnection);
-            loadTable(*source, item->text().toStdString(), state_.sheet);
+            loadTable(*source, item->text().toStdString(), state_.sheet, &warnings);
         } catch (const std::exception& e) {
             error = fromUtf8(e.what());
         }
@@ -97,6 +99,7 @@ bool Frmdata::loadOdbcListEntry(int row) {
     reloadSheet();
     state_.sheetchanged = true;
     showPosition();
+    showReadWarnings(this, QStringLiteral("The table ") + item->text(), warnings);
     return true;
 }
 

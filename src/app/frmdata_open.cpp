@@ -11,6 +11,7 @@
 #include "app/frmdata.h"
 #include "app/opensettings.h"
 #include "app/passworddialog.h"
+#include "app/warningsbox.h"
 #include "datasource/sheetloader.h"
 
 namespace rq::ui {
@@ -101,10 +102,11 @@ bool Frmdata::loadListEntry(int row) {
     QListWidgetItem* item = fileTableList_->item(row);
     if (!item || !db_) return false;
     QString error;
+    std::vector<std::string> warnings;
     {
         BusyCursor busy;
         try {
-            loadTable(*db_, item->text().toStdString(), state_.sheet);
+            loadTable(*db_, item->text().toStdString(), state_.sheet, &warnings);
         } catch (const std::exception& e) {
             error = QString::fromUtf8(e.what());
         }
@@ -117,6 +119,7 @@ bool Frmdata::loadListEntry(int row) {
     reloadSheet();
     state_.sheetchanged = true;
     showPosition();
+    showReadWarnings(this, QStringLiteral("The table ") + item->text(), warnings);
     return true;
 }
 

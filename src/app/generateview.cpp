@@ -1,5 +1,6 @@
 #include "app/generateview.h"
 
+#include <QAbstractItemModel>
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
@@ -17,6 +18,7 @@
 #include <QStackedWidget>
 #include <QStyle>
 #include <QTabWidget>
+#include <QTextDocument>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -24,14 +26,18 @@
 #include <climits>
 #include <stdexcept>
 
+#include "app/backgroundrun.h"
 #include "app/browserpane.h"
 #include "app/busycursor.h"
 #include "app/dialogs.h"
 #include "app/selectdirectory.h"
+#include "base/io/atomicfile.h"
+#include "base/io/folders.h"
 #include "generate/documentwriter.h"
 #include "generate/folderchoice.h"
 #include "generate/generationrun.h"
 #include "generate/outputfiles.h"
+#include "layout/defaultlayout.h"
 
 namespace rq::ui {
 
@@ -64,6 +70,9 @@ QToolBar* makeRunToolbar(const QString& name, QWidget* parent) {
         // Toolbar buttons drop a trailing "..." unless the text is set as given.
         a->setIconText(QString::fromUtf8(b.caption));
     }
+    // The frame grows to hold every button rather than hiding some behind
+    // the toolbar's overflow button.
+    bar->setMinimumWidth(bar->sizeHint().width());
     return bar;
 }
 
@@ -76,17 +85,23 @@ QAction* actionByKey(QToolBar* bar, const QString& key) {
 }  // namespace
 
 QString codePaneText(std::string_view document, std::size_t limit) {
-    if (document.size() <= limit) return fromUtf8(document);
-    std::size_t cut = document.rfind('\n', limit);
+    return codePaneText(document, document.size(), limit);
+}
+
+QString codePaneText(std::string_view head, std::size_t total, std::size_t limit) {
+    if (total <= limit) return fromUtf8(head.substr(0, total));
+    std::size_t cut = head.rfind('\n', limit);
     if (cut == std::string_view::npos || cut == 0) {
         // No line end: cut before a UTF-8 continuation byte never splits a character.
-        cut = limit;
-        while (cut > 0 && (static_cast<unsigned char>(document[cut]) & 0xC0) == 0x80) --cut;
+        cut = std::min(limit, head.size());
+        while (cut > 0 && cut < head.size() &&
+               (static_cast<unsigned char>(head[cut]) & 0xC0) == 0x80)
+            --cut;
     } else {
         ++cut;
     }
-    const double megabytes = static_cast<double>(document.size()) / (1024.0 * 1024.0);
-    return fromUtf8(document.substr(0, cut)) +
+    const double megabytes = static_cast<double>(total) / (1024.0 * 1024.0);
+    return fromUtf8(head.substr(0, cut)) +
            QStringLiteral(
                "\n[... The document is %1 MB long; only its beginning is shown "
                "here. Save As writes the whole document.]")
@@ -120,7 +135,12 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     separateRunToolbar_ = makeRunToolbar(QStringLiteral("Toolbar4"), separateFrame_);
     recordsPerFileBox_ = new QLineEdit(QStringLiteral("10"), separateFrame_);
     recordsPerFileBox_->setObjectName(QStringLiteral("updwntxt"));
-    recordsPerFileBox_->setMaximumWidth(80);
+    recordsPerFileBox_->setAccessibleName(QStringLiteral("Rows per file"));
+    // Room for seven digits and the frame.
+    recordsPerFileBox_->setMinimumWidth(
+        recordsPerFileBox_->fontMetrics().horizontalAdvance(QStringLiteral("0000000")) + 16);
+    recordsPerFileBox_->setMaximumWidth(
+        recordsPerFileBox_->fontMetrics().horizontalAdvance(QStringLiteral("000000000")) + 16);
     recordsUpButton_ = new QToolButton(separateFrame_);
     recordsUpButton_->setObjectName(QStringLiteral("cmdupk"));
     recordsUpButton_->setArrowType(Qt::UpArrow);
@@ -136,9 +156,10 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     rowsLine->addWidget(recordsPerFileBox_);
     rowsLine->addWidget(recordsUpButton_);
     rowsLine->addWidget(recordsDownButton_);
-    rowsLine->addWidget(
-        new QLabel(QStringLiteral("Rows (Records), Generate an XML file."), separateFrame_));
-    rowsLine->addStretch();
+    auto* rowsLabel =
+        new QLabel(QStringLiteral("Rows (Records), Generate an XML file."), separateFrame_);
+    rowsLabel->setWordWrap(true);
+    rowsLine->addWidget(rowsLabel, 1);
     auto* separateLayout = new QVBoxLayout(separateFrame_);
     separateLayout->addWidget(separateRunToolbar_);
     separateLayout->addLayout(rowsLine);
@@ -265,22 +286,45 @@ void GenerateView::reset() {
     singleFileOption_->setChecked(true);
     showOutputType(true);
     recordsPerFileBox_->setText(QStringLiteral("10"));
-    convertSymbolsBox_->setChecked(false);
+    // Saved documents are UTF-8 unless the user asks for code page 1252.
+    convertSymbolsBox_->setChecked(true);
     quickPreviewBox_->setChecked(false);
     previewTypeBox_->setCurrentIndex(-1);
-    codePane_->clear();
     previewTabs_->setCurrentIndex(0);
-    separateProgress_->setValue(0);
-    document_.clear();
-    runFolder_.clear();
     lastSaved_.clear();
     lastFolder_.clear();
+    clearOutput();
+}
+
+void GenerateView::forgetDocument() {
+    if (hasDocument_ || !runFolder_.empty() || !codePane_->document()->isEmpty()) clearOutput();
+}
+
+void GenerateView::clearOutput() {
+    codePane_->clear();
+    separateProgress_->setValue(0);
+    head_.clear();
+    head_.shrink_to_fit();
+    documentSize_ = 0;
+    hasDocument_ = false;
+    runFolder_.clear();
     for (QToolBar* bar : {singleRunToolbar_, separateRunToolbar_}) {
         actionByKey(bar, QStringLiteral("Save"))->setEnabled(false);
         actionByKey(bar, QStringLiteral("preview"))->setEnabled(false);
     }
     singleBrowser_->navigate(QUrl(QStringLiteral("about:blank")));
     separateBrowser_->navigate(QUrl(QStringLiteral("about:blank")));
+}
+
+void GenerateView::watch(QAbstractItemModel* model) {
+    connect(model, &QAbstractItemModel::modelReset, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::layoutChanged, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::dataChanged, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::rowsInserted, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::rowsMoved, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::columnsInserted, this, &GenerateView::forgetDocument);
+    connect(model, &QAbstractItemModel::columnsRemoved, this, &GenerateView::forgetDocument);
 }
 
 void GenerateView::showOutputType(bool single) {
@@ -333,37 +377,125 @@ void GenerateView::showPreviewFile() {
         singleBrowser_->showFile(file, QStringLiteral("text/xml;charset=windows-1252"));
 }
 
-void GenerateView::generateSingle() {
-    BusyCursor busy;
-    int lastPercent = -1;
-    auto progress = [&](int i, int n) {
-        const int percent = n > 0 ? static_cast<int>(static_cast<double>(i) / n * 100.0) : 100;
-        if (percent == lastPercent && i != n) return;
-        lastPercent = percent;
+namespace {
+
+// Keeps the percentage shown by a bar from ever going back during a run.
+class RisingPercent {
+  public:
+    explicit RisingPercent(QProgressBar* bar) : bar_(bar) {}
+    void show(double percent) {
+        const int p = std::clamp(static_cast<int>(percent), 0, 100);
+        if (p <= last_) return;
+        last_ = p;
+        if (bar_) bar_->setValue(p);
+    }
+
+  private:
+    QProgressBar* bar_;
+    int last_ = -1;
+};
+
+}  // namespace
+
+bool GenerateView::streamDocument(std::string* head, std::size_t* size, AtomicFile* file,
+                                  QString* error) {
+    tidyLayout(state_.tree, state_.work);
+    const bool convert = convertSymbols();
+    const int records = std::max(state_.sheet.rows() - 1, 0);
+    if (status_.bar) status_.bar->setValue(0);
+    RisingPercent bar(status_.bar);
+    // Shown at every whole percent and at the last record.
+    auto show = [this, &bar](int i, int n, int percent) {
         setStatus(QString::fromStdString(completingRowText(i, n)));
-        setProgress(status_.bar, percent);
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        bar.show(percent);
     };
-    document_.clear();
-    document_ = runSingleFile(state_.tree, state_.work, state_.sheet, progress);
-    codePane_->setPlainText(codePaneText(document_, kCodePaneLimit));
-    if (previewTabs_->currentIndex() == 1 && document_.size() <= kCodePaneLimit) showPreviewFile();
+    std::size_t written = 0;
+    bool fileOk = true;
+    auto work = [&](RunControl& c) {
+        std::string out, bytes;
+        out.reserve(std::size_t{1} << 21);
+        ChunkSink sink = [&](std::string& chunk) {
+            written += chunk.size();
+            if (head && head->size() <= kCodePaneLimit)
+                head->append(chunk, 0, std::min(chunk.size(), kCodePaneLimit + 1 - head->size()));
+            if (file && fileOk) {
+                bytes.clear();
+                appendDocumentBytes(bytes, chunk, convert);
+                fileOk = file->write(bytes);
+            }
+            chunk.clear();
+        };
+        int lastPercent = -1;
+        RecordProgress progress = [&](int i, int n) {
+            c.checkpoint();
+            const int percent = static_cast<int>(static_cast<double>(i) / n * 100.0);
+            if (percent == lastPercent && i != n) return;
+            lastPercent = percent;
+            c.post([&show, i, n, percent] { show(i, n, percent); });
+        };
+        writeDocument(state_.tree, state_.work, state_.sheet, 1, records, out, sink, progress);
+        if (!out.empty()) sink(out);
+        if (file && fileOk) fileOk = file->write("\r\n");
+    };
+    const RunResult result = runInBackground(this, tr("Generating the XML document..."), work);
+    if (size) *size = written;
+    if (result.outcome == RunOutcome::Failed) *error = result.error;
+    if (result.outcome == RunOutcome::Finished && !fileOk) {
+        *error = QString::fromStdString(file->error());
+        return false;
+    }
+    if (result.outcome == RunOutcome::Cancelled) {
+        setStatus(tr("Cancelled"));
+        if (status_.bar) status_.bar->setValue(0);
+    }
+    return result.outcome == RunOutcome::Finished;
+}
+
+void GenerateView::generateSingle() {
+    forgetDocument();
+    std::string head;
+    std::size_t size = 0;
+    QString error;
+    if (!streamDocument(&head, &size, nullptr, &error)) {
+        if (!error.isEmpty()) Dialogs::exclamation(this, error);
+        return;
+    }
+    head_ = std::move(head);
+    documentSize_ = size;
+    hasDocument_ = true;
+    codePane_->setPlainText(codePaneText(head_, documentSize_, kCodePaneLimit));
+    if (previewTabs_->currentIndex() == 1 && documentSize_ <= kCodePaneLimit) showPreviewFile();
     singleAction(QStringLiteral("Save"))->setEnabled(true);
     setStatus(QStringLiteral("Completed"));
 }
 
 void GenerateView::saveSingle() {
+    if (!hasDocument_) return;
     for (;;) {
         const QString name = Dialogs::saveFileName(this, QStringLiteral("Save as"), kSaveAsFilter);
         if (name.isEmpty()) return;
         if (QFileInfo::exists(name) &&
             !Dialogs::askYesNo(this, QString::fromStdString(overwriteQuestion(name.toStdString()))))
             continue;
-        std::string error;
-        if (!saveDocument(name.toStdString(), document_, convertSymbols(), &error)) {
-            Dialogs::exclamation(this, QString::fromStdString(error));
+        // The document is written again from the sheet, straight into the file:
+        // nothing but its beginning is kept in memory, and a cancelled or failed
+        // save leaves the file as it was.
+        AtomicFile file;
+        QString error;
+        if (!file.open(name.toStdString())) {
+            Dialogs::exclamation(this, QString::fromStdString(file.error()));
             return;
         }
+        if (!streamDocument(nullptr, nullptr, &file, &error)) {
+            file.abort();
+            if (!error.isEmpty()) Dialogs::exclamation(this, error);
+            return;
+        }
+        if (!file.commit()) {
+            Dialogs::exclamation(this, QString::fromStdString(file.error()));
+            return;
+        }
+        setStatus(QStringLiteral("Completed"));
         lastSaved_ = name;
         singleAction(QStringLiteral("preview"))->setEnabled(true);
         return;
@@ -377,25 +509,67 @@ void GenerateView::previewSingle() {
 void GenerateView::generateSeparate() {
     const int n = rowsPerFile();
     if (n <= 0) return;
-    BusyCursor busy;
-    int lastPercent = -1;
-    SplitProgress progress;
-    progress.document = [&](double percent) {
-        if (static_cast<int>(percent) == lastPercent) return;
-        lastPercent = static_cast<int>(percent);
-        setProgress(separateProgress_, lastPercent);
-    };
-    progress.file = [&](int, int, double percent, const std::string& status) {
-        setProgress(separateProgress_, static_cast<int>(percent));
-        setStatus(QString::fromStdString(status));
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-    };
+    forgetDocument();
     try {
-        const SplitResult result = runSeparateFiles(state_.tree, state_.work, state_.sheet, n,
-                                                    state_.tempFolder, convertSymbols(), progress);
-        runFolder_ = result.folder;
+        if (state_.tempFolder.empty())
+            throw GenerationError("There is no working folder to write the separate files into.");
+        tidyLayout(state_.tree, state_.work);
+        const std::string folder = state_.tempFolder + "Split";
+        removeFolder(folder);
+        // The files go into a hidden folder that is renamed into place only
+        // when the run is complete.
+        AtomicFolder out;
+        if (!out.open(folder)) throw GenerationError(out.error());
+        const bool convert = convertSymbols();
+        const int records = std::max(state_.sheet.rows() - 1, 0);
+        const long long full = records / n;
+        RisingPercent bar(separateProgress_);
+        SplitResult result;
+        auto work = [&](RunControl& c) {
+            // The bar shows whole documents plus the part of the one being
+            // written; the text names each full document (at most a thousand
+            // texts a run).
+            int k = 0, lastPercent = -1;
+            long long lastStep = -1;
+            auto showBar = [&](double part) {
+                if (full == 0) return;
+                const int percent =
+                    std::min(100, static_cast<int>((k + part) / static_cast<double>(full) * 100.0));
+                if (percent == lastPercent) return;
+                lastPercent = percent;
+                c.post([&bar, percent] { bar.show(percent); });
+            };
+            SplitProgress progress;
+            progress.document = [&](double percent) {
+                c.checkpoint();
+                showBar(percent / 100.0);
+            };
+            progress.file = [&](int done, int total, double, const std::string& status) {
+                c.checkpoint();
+                k = done;
+                showBar(0);
+                const long long step = static_cast<long long>(done) * 1000 / total;
+                if (step == lastStep && done != total) return;
+                lastStep = step;
+                c.post([this, text = QString::fromStdString(status)] { setStatus(text); });
+            };
+            result = writeSeparateFiles(state_.tree, state_.work, state_.sheet, n, out.path(),
+                                        convert, progress);
+        };
+        separateProgress_->setValue(0);
+        const RunResult run = runInBackground(this, tr("Generating the XML files..."), work);
+        if (run.outcome == RunOutcome::Cancelled) {
+            out.abort();
+            separateProgress_->setValue(0);
+            setStatus(tr("Cancelled"));
+            return;
+        }
+        if (run.outcome == RunOutcome::Failed) throw GenerationError(run.error.toStdString());
+        if (!out.commit()) throw GenerationError(out.error());
+        if (full > 0) separateProgress_->setValue(100);
+        runFolder_ = folder + "/";
         setStatus(QString::fromStdString(result.statusText));
-        separateBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(result.folder)));
+        separateBrowser_->navigate(QUrl::fromLocalFile(QString::fromStdString(runFolder_)));
         separateAction(QStringLiteral("Save"))->setEnabled(true);
     } catch (const std::exception& e) {
         Dialogs::exclamation(this, QString::fromUtf8(e.what()));

@@ -9,6 +9,7 @@
 
 #include "app/appstate.h"
 
+class QAbstractItemModel;
 class QAction;
 class QCheckBox;
 class QComboBox;
@@ -22,6 +23,10 @@ class QTabWidget;
 class QToolBar;
 class QToolButton;
 
+namespace rq {
+class AtomicFile;
+}
+
 namespace rq::ui {
 
 class BrowserPane;
@@ -29,6 +34,9 @@ class BrowserPane;
 // The code pane shows at most `limit` bytes of a document, cut at a line end,
 // followed by a note; the whole text stays available for saving.
 QString codePaneText(std::string_view document, std::size_t limit);
+// The same from the beginning of a document of `total` bytes: head holds at
+// least min(total, limit + 1) of its first bytes.
+QString codePaneText(std::string_view head, std::size_t total, std::size_t limit);
 inline constexpr std::size_t kCodePaneLimit = 1u << 20;
 
 class GenerateView : public QWidget {
@@ -48,7 +56,12 @@ class GenerateView : public QWidget {
     // Rows per file as the run reads it: an empty box becomes "10" first.
     int rowsPerFile();
 
-    const std::string& singleDocument() const { return document_; }
+    // Whether the view holds a single-file document of the sheet and layout as
+    // they are now; Save As and Preview need one.
+    bool hasDocument() const { return hasDocument_; }
+    // The beginning of that document (what the code pane shows) and its size.
+    const std::string& documentHead() const { return head_; }
+    std::size_t documentSize() const { return documentSize_; }
     const QString& lastSavedFile() const { return lastSaved_; }
     const QString& lastSavedFolder() const { return lastFolder_; }
     BrowserPane* singleBrowser() const { return singleBrowser_; }
@@ -60,6 +73,10 @@ class GenerateView : public QWidget {
     void generateSeparate();
     void saveSeparate();
     void previewSeparate();
+    // Drops what the view holds from earlier runs: the sheet or the layout changed.
+    void forgetDocument();
+    // Every change of the model's data makes the view forget its document.
+    void watch(QAbstractItemModel* model);
 
   signals:
     // Every text the view puts into the status bar's second panel.
@@ -68,9 +85,14 @@ class GenerateView : public QWidget {
   private:
     void showOutputType(bool single);
     void showPreviewFile();
+    void clearOutput();
     bool convertSymbols() const;
     void setStatus(const QString& text);
     void setProgress(QProgressBar* bar, int percent);
+    // Writes the single-file document in a background run: its beginning into
+    // head (when given), its bytes into file (when given). False when cancelled
+    // or failed (with the reason in *error).
+    bool streamDocument(std::string* head, std::size_t* size, AtomicFile* file, QString* error);
 
     AppState& state_;
     StatusTargets status_;
@@ -93,7 +115,11 @@ class GenerateView : public QWidget {
     BrowserPane* singleBrowser_;
     BrowserPane* separateBrowser_;
 
-    std::string document_;  // the hidden holder: the whole single-file document
+    // The hidden holder keeps only the beginning of the single-file document;
+    // a save writes the whole document again from the sheet.
+    std::string head_;
+    std::size_t documentSize_ = 0;
+    bool hasDocument_ = false;
     std::string runFolder_;
     QString lastSaved_;
     QString lastFolder_;

@@ -19,6 +19,7 @@
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
+#include "app/helpwindow.h"
 #include "app/layouttreemodel.h"
 #include "app/layoutview.h"
 #include "app/passworddialog.h"
@@ -69,7 +70,10 @@ void answerPassword(const QString& text, const char* button) {
 class MainWindowTest : public QObject {
     Q_OBJECT
   private slots:
-    void initTestCase() { Dialogs::setTestMode(true); }
+    void initTestCase() {
+        Dialogs::setTestMode(true);
+        setDesktopBrowserForTests(true);
+    }
     void init() { Dialogs::clear(); }
 
     void startsWithFiveElementColumnsOverNineteenRows() {

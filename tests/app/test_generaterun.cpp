@@ -1,0 +1,310 @@
+// Generation runs in the background: cancelling, rising progress, the saved
+// document streamed again from the sheet, no stale output after the sheet or
+// the layout changed, the help window, the reader's warnings, and the
+// Generate view at a narrow width.
+#include <QAction>
+#include <QCheckBox>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QToolBar>
+#include <QtTest>
+
+#include "app/dialogs.h"
+#include "app/frmdata.h"
+#include "app/generateview.h"
+#include "app/helpwindow.h"
+#include "app/layouttreemodel.h"
+#include "app/layoutview.h"
+#include "app/sheetmodel.h"
+#include "fakedatabase.h"
+#include "generate/documentwriter.h"
+#include "layout/defaultlayout.h"
+
+using namespace rq;
+using namespace rq::ui;
+
+namespace {
+
+// `count` records of ID, Name and a text with characters outside code page 1252.
+void fillSheet(DataSheet& sheet, int count) {
+    sheet.reset({"ID", "Name", "Note"});
+    for (int i = 1; i <= count; ++i) {
+        const std::string id = std::to_string(i), name = "name " + std::to_string(i),
+                          note = "Ελλάδα Россия 東京 " + std::to_string(i * 7);
+        const std::string_view cells[] = {id, name, note};
+        sheet.appendRecord(cells, 3);
+    }
+}
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// Presses the progress window's Cancel button as soon as it is shown.
+void cancelWhenShown(int tries = 100) {
+    QTimer::singleShot(0, [tries] {
+        for (QWidget* w : QApplication::allWidgets())
+            if (w->objectName() == "runProgress" && w->isVisible())
+                if (auto* b = w->findChild<QPushButton*>("cmdcancel")) return b->click();
+        if (tries > 0) cancelWhenShown(tries - 1);
+    });
+}
+
+class WarningDatabase : public testing::FakeDatabase {
+  public:
+    void read(const std::string& table, RecordSink& sink) override {
+        sink.warning("Record 2 of '" + table + "' is damaged and was skipped.");
+        sink.warning("A memo of '" + table + "' ends early.");
+        FakeDatabase::read(table, sink);
+    }
+};
+
+}  // namespace
+
+class GenerateRunTest : public QObject {
+    Q_OBJECT
+  private slots:
+    void initTestCase() { Dialogs::setTestMode(true); }
+    void init() { Dialogs::clear(); }
+
+    void savedDocumentIsStreamedAgainAndMatchesTheReference() {
+        Frmdata w(false);
+        GenerateView* g = w.generateView();
+        QVERIFY(w.findChild<QCheckBox*>("Check2")->isChecked());
+        fillSheet(w.state().sheet, 30000);
+        w.sheetModel()->reload();
+        w.showGenerateView();
+        g->singleAction("node")->trigger();
+        QVERIFY(g->hasDocument());
+        // Only the beginning is held; the code pane says how long the whole is.
+        QVERIFY(g->documentSize() > kCodePaneLimit);
+        QVERIFY(g->documentHead().size() <= kCodePaneLimit + 1);
+        QVERIFY(w.findChild<QPlainTextEdit*>("richoutput")
+                    ->toPlainText()
+                    .contains("only its beginning"));
+
+        QTemporaryDir dir;
+        const QString file = dir.filePath("out.xml");
+        Dialogs::setNextFileName(file);
+        g->singleAction("Save")->trigger();
+        QVERIFY(g->singleAction("preview")->isEnabled());
+        // The step-by-step writer over the same tidied layout.
+        tidyLayout(w.state().tree, w.state().work);
+        const std::string expected =
+            referenceDocument(w.state().tree, w.state().work, w.state().sheet, 1,
+                              w.state().sheet.rows() - 1) +
+            "\r\n";
+        const QByteArray saved = readAll(file);
+        QCOMPARE(static_cast<std::size_t>(saved.size()), expected.size());
+        QVERIFY(saved == QByteArray::fromStdString(expected));
+        QCOMPARE(static_cast<std::size_t>(saved.size()), g->documentSize() + 2);
+    }
+
+    void cancelledRunsLeaveNoFileUnderAFinalName() {
+        Frmdata w(false);
+        GenerateView* g = w.generateView();
+        fillSheet(w.state().sheet, 200000);
+        w.sheetModel()->reload();
+        w.showGenerateView();
+        g->singleAction("node")->trigger();
+        QVERIFY(g->hasDocument());
+
+        // Save As cancelled: the file keeps what it held and nothing stands beside it.
+        QTemporaryDir dir;
+        const QString file = dir.filePath("kept.xml");
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("old");
+        f.close();
+        Dialogs::setNextFileName(file);
+        Dialogs::setNextAnswer(QMessageBox::Yes);
+        cancelWhenShown();
+        g->singleAction("Save")->trigger();
+        QCOMPARE(readAll(file), QByteArray("old"));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{"kept.xml"});
+        QVERIFY(!g->singleAction("preview")->isEnabled());
+        QCOMPARE(w.statusTextPanel()->text(), QString("Cancelled"));
+
+        // Generate cancelled: no document is held.
+        cancelWhenShown();
+        g->singleAction("node")->trigger();
+        QVERIFY(!g->hasDocument());
+        QVERIFY(!g->singleAction("Save")->isEnabled());
+
+        // Separate files cancelled: no run folder, nothing left in the working folder.
+        w.findChild<QRadioButton*>("Option2")->setChecked(true);
+        w.findChild<QLineEdit*>("updwntxt")->setText("1");
+        cancelWhenShown();
+        g->separateAction("node")->trigger();
+        QVERIFY(!g->separateAction("Save")->isEnabled());
+        const QDir temp(QString::fromStdString(w.state().tempFolder));
+        QVERIFY(temp.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
+    }
+
+    void progressOnlyRises() {
+        Frmdata w(false);
+        GenerateView* g = w.generateView();
+        fillSheet(w.state().sheet, 60005);
+        w.sheetModel()->reload();
+        w.showGenerateView();
+        QList<int> single, separate;
+        QStringList texts;
+        connect(w.progressBar(), &QProgressBar::valueChanged, [&](int v) { single << v; });
+        auto* bar = w.findChild<QProgressBar*>("ProgressBar2");
+        connect(bar, &QProgressBar::valueChanged, [&](int v) { separate << v; });
+        connect(g, &GenerateView::statusShown, [&](const QString& t) { texts << t; });
+        g->singleAction("node")->trigger();
+        w.findChild<QRadioButton*>("Option2")->setChecked(true);
+        w.findChild<QLineEdit*>("updwntxt")->setText("10");
+        g->separateAction("node")->trigger();
+
+        for (const QList<int>* values : {&single, &separate}) {
+            QVERIFY(!values->isEmpty());
+            // A run starts from 0; past that the bar never goes back.
+            for (int i = 1; i < values->size(); ++i)
+                if ((*values)[i] != 0) QVERIFY2((*values)[i] >= (*values)[i - 1], "bar went back");
+            QCOMPARE(values->last(), 100);
+        }
+        QVERIFY(texts.contains("Completed"));
+        int lastK = 0;
+        for (const QString& t : texts) {
+            if (!t.startsWith("Completing Document:")) continue;
+            const int k = t.mid(20).section(' ', 0, 0).toInt();
+            QVERIFY(k > lastK);
+            QVERIFY(t.endsWith(" of 6000"));
+            lastK = k;
+        }
+        QCOMPARE(texts.last(),
+                 QString("6001 XML Documents made, with Data taken form every 10 Rows (Records)."));
+        QCOMPARE(QDir(QString::fromStdString(w.state().tempFolder) + "Split").count() - 2, 6001u);
+    }
+
+    void aChangedSheetOrLayoutDropsTheDocument() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
+            return std::unique_ptr<Database>(testing::makeFakeDatabase(4));
+        });
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        QVERIFY(w.loadListEntry(0));
+        w.showGenerateView();
+        GenerateView* g = w.generateView();
+        auto* code = w.findChild<QPlainTextEdit*>("richoutput");
+        g->singleAction("node")->trigger();
+        QVERIFY(g->singleAction("Save")->isEnabled());
+        QVERIFY(!code->toPlainText().isEmpty());
+
+        // Another table loaded.
+        QVERIFY(w.loadListEntry(1));
+        QVERIFY(!g->hasDocument());
+        QVERIFY(!g->singleAction("Save")->isEnabled());
+        QVERIFY(!g->singleAction("preview")->isEnabled());
+        QVERIFY(code->toPlainText().isEmpty());
+
+        // A layout edit, after a separate-files run as well.
+        w.showGenerateView();
+        g->singleAction("node")->trigger();
+        w.findChild<QRadioButton*>("Option2")->setChecked(true);
+        g->separateAction("node")->trigger();
+        QVERIFY(g->separateAction("Save")->isEnabled());
+        w.showLayoutView();
+        w.layoutView()->refresh();
+        QVERIFY(!g->hasDocument());
+        QVERIFY(!g->singleAction("Save")->isEnabled());
+        QVERIFY(!g->separateAction("Save")->isEnabled());
+    }
+
+    void helpOpensInTheOwnWindowWithoutADesktopBrowser() {
+        Frmdata w(false);
+        setDesktopBrowserForTests(false);
+        w.action("mnucontenets")->trigger();
+        w.action("mnuindex")->trigger();
+        setDesktopBrowserForTests(std::nullopt);
+        QVERIFY(Dialogs::openedUrls().isEmpty());
+        const auto windows = w.findChildren<HelpWindow*>();
+        QCOMPARE(windows.size(), 1);
+        QVERIFY(windows[0]->isVisible());
+        QVERIFY(windows[0]->browser()->source().toLocalFile().endsWith(
+            "/helpfiles/help_rowquill/alpind.html"));
+    }
+
+    void readerWarningsAreListedInOneBox() {
+        Frmdata w(false);
+        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
+            auto db = std::make_unique<WarningDatabase>();
+            const auto plain = testing::makeFakeDatabase(3);
+            db->entries = plain->entries;
+            db->columns = plain->columns;
+            db->records = plain->records;
+            return std::unique_ptr<Database>(std::move(db));
+        });
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        Dialogs::clear();
+        QVERIFY(w.loadListEntry(0));
+        QCOMPARE(Dialogs::shown().size(), 1);
+        const ShownDialog box = Dialogs::shown()[0];
+        QCOMPARE(box.title, QString("Nubro Rowquill"));
+        QVERIFY(box.text.contains("Record 2 of 'Orders' is damaged and was skipped."));
+        QVERIFY(box.text.contains("A memo of 'Orders' ends early."));
+        QCOMPARE(w.state().sheet.rows(), 4);
+    }
+
+    void tableListCanBeShownAgain() {
+        Frmdata w(false);
+        w.resize(900, 600);
+        w.show();
+        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
+            return std::unique_ptr<Database>(testing::makeFakeDatabase(2));
+        });
+        QAction* entry = w.action("mnutablelist");
+        QVERIFY(entry);
+        emit w.menu("mnuview")->aboutToShow();
+        QVERIFY(!entry->isEnabled());
+        Dialogs::setNextFileName("/data/shop.mdb");
+        w.action("mnuDBOMDB")->trigger();
+        w.hideTableList();
+        QVERIFY(!w.tableListPanel()->isVisible());
+        emit w.menu("mnuview")->aboutToShow();
+        QVERIFY(entry->isEnabled());
+        entry->trigger();
+        QVERIFY(w.tableListPanel()->isVisible());
+    }
+
+    void generateViewFitsANarrowWindow() {
+        Frmdata w(false);
+        w.resize(760, 560);
+        w.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        w.showGenerateView();
+        QCOMPARE(w.width(), 760);
+        GenerateView* g = w.generateView();
+        for (QAction* a :
+             {g->singleAction("node"), g->singleAction("Save"), g->singleAction("preview"),
+              g->separateAction("node"), g->separateAction("Save"), g->separateAction("preview")}) {
+            auto* bar = qobject_cast<QToolBar*>(a->parent());
+            QWidget* button = bar->widgetForAction(a);
+            QVERIFY2(button && button->isVisible(), qPrintable(a->iconText()));
+            QVERIFY(bar->rect().contains(button->geometry()));
+        }
+        auto* rows = w.findChild<QLineEdit*>("updwntxt");
+        rows->setText("1000");
+        QVERIFY(rows->width() >= rows->fontMetrics().horizontalAdvance("1000000"));
+    }
+};
+
+QTEST_MAIN(GenerateRunTest)
+#include "test_generaterun.moc"
