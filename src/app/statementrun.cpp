@@ -47,6 +47,7 @@ void runOnSource(const StatementTarget& target, const std::string& statement,
         result.ok = true;
     } catch (const std::exception& e) {
         result.error = QString::fromUtf8(e.what());
+        result.sheet = DataSheet();  // a partial result is never handed back
     }
 }
 

@@ -10,14 +10,17 @@
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QProcess>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QtTest>
 #include <memory>
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/sqleditordialog.h"
+#include "app/statementrun.h"
 #include "datasource/odbc/odbcsource.h"
 #include "datasource/sheetloader.h"
 #include "widgethelpers.h"
@@ -428,6 +431,42 @@ class QueryToolsTest : public QObject {
         QCOMPARE(messageCount(), 1);
         QCOMPARE(lastMessage()->text, e.error);
         QVERIFY(sameSheet(w.state().sheet, before));
+    }
+
+    // A statement over millions of rows: the window keeps handling events while
+    // it runs, the progress box's Cancel stops it, and nothing is handed back.
+    void longStatementRunsOffTheUiThreadAndCancels() {
+        QWidget parent;
+        parent.show();
+        StatementTarget target;
+        target.fileDatabase = engineDb_.get();
+        int ticks = 0;
+        bool cancelled = false;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, [&] {
+            ++ticks;
+            if (cancelled) return;
+            for (QWidget* top : QApplication::topLevelWidgets()) {
+                auto* box = qobject_cast<QProgressDialog*>(top);
+                if (!box || box->objectName() != "statementProgress" || !box->isVisible()) continue;
+                QCOMPARE(box->windowTitle(), QString("Nubro Rowquill"));
+                auto* cancel = box->findChild<QPushButton*>();
+                QVERIFY(cancel);
+                QTest::mouseClick(cancel, Qt::LeftButton);
+                cancelled = true;
+            }
+        });
+        timer.start(50);
+        const StatementResult r = runStatement(
+            &parent, target,
+            "Select a.OrderID, b.ProductID From [Order Details] a, [Order Details] b, Shippers c");
+        timer.stop();
+        QVERIFY(cancelled);
+        QVERIFY(ticks > 5);
+        QVERIFY(!r.ok);
+        QCOMPARE(r.error, QString("The statement was cancelled."));
+        QCOMPARE(r.sheet.rows(), DataSheet().rows());
+        QVERIFY(parent.isEnabled());
     }
 
     // ---- over ODBC ----------------------------------------------------------
