@@ -63,6 +63,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
     });
 
     connectLayoutCommands();
+    connectQueryCommands();
     state_.tempFolder = makeWorkingFolder("sdat");
     resetToStartup();
 }

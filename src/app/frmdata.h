@@ -62,6 +62,14 @@ class Frmdata : public QMainWindow {
     void showLayoutView();
     void showGenerateView();
     void enableSqlCommands(bool enabled);
+    // "SQL": the statement editor, modal.
+    void openSqlEditor();  // mnusqlhand
+    // "Visual SQL": the statement wizard, modal.
+    void openVisualSql();  // mnuvissql
+    // Runs a statement on the open source, off the UI thread; the result
+    // replaces the sheet and marks it changed. A failure shows the source's
+    // message and keeps the sheet; false then.
+    bool runSqlStatement(const QString& statement);
     void enableLayoutCommands(bool enabled);
     void fitColumnWidths();
     void hideTableList();
@@ -107,6 +115,7 @@ class Frmdata : public QMainWindow {
     void buildBody(bool realBrowsers);
     void buildStatusBar();
     void connectLayoutCommands();
+    void connectQueryCommands();
     QAction* addItem(QMenu* menu, const char* name, const char* caption);
     QMenu* addSubmenu(QMenu* parent, const char* name, const char* caption);
     void addSeparator(QMenu* menu, const char* name);
