@@ -22,6 +22,7 @@
 #include "app/generateview.h"
 #include "app/layoutview.h"
 #include "app/opensettings.h"
+#include "app/sheetcommands.h"
 #include "app/sheetmodel.h"
 #include "base/io/folders.h"
 #include "generate/generationrun.h"
@@ -50,6 +51,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
     });
 
     connectLayoutCommands();
+    connectSheetCommands();
     state_.tempFolder = makeWorkingFolder("sdat");
     resetToStartup();
 }
@@ -207,6 +209,7 @@ void Frmdata::hideTableList() {
 }
 
 void Frmdata::reloadSheet() {
+    if (sheetCommands_) sheetCommands_->contentsReplaced();
     sheetModel_->reload();
     QHeaderView* header = grid_->horizontalHeader();
     const int cols = state_.sheet.cols();
