@@ -24,6 +24,7 @@
 #include "app/layouttreemodel.h"
 #include "app/layoutview.h"
 #include "app/opensettings.h"
+#include "app/sheetcommands.h"
 #include "app/sheetmodel.h"
 #include "base/io/folders.h"
 #include "generate/generationrun.h"
@@ -64,6 +65,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
 
     connectLayoutCommands();
     connectQueryCommands();
+    connectSheetCommands();
     state_.tempFolder = makeWorkingFolder("sdat");
     resetToStartup();
 }
@@ -224,6 +226,7 @@ void Frmdata::hideTableList() {
 }
 
 void Frmdata::reloadSheet() {
+    if (sheetCommands_) sheetCommands_->contentsReplaced();
     sheetModel_->reload();
     QHeaderView* header = grid_->horizontalHeader();
     const int cols = state_.sheet.cols();

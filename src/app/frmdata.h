@@ -28,7 +28,10 @@ namespace rq::ui {
 
 class GenerateView;
 class LayoutView;
+class SheetCommands;
+class SheetEditor;
 class SheetModel;
+class TextExport;
 
 class Frmdata : public QMainWindow {
     Q_OBJECT
@@ -93,6 +96,9 @@ class Frmdata : public QMainWindow {
     QWidget* tableListPanel() const { return listPanel_; }
     QTableView* grid() const { return grid_; }
     SheetModel* sheetModel() const { return sheetModel_; }
+    SheetEditor* sheetEditor() const { return sheetEditor_; }
+    SheetCommands* sheetCommands() const { return sheetCommands_; }
+    TextExport* textExport() const { return textExport_; }
     QTabWidget* views() const { return tabs_; }
     LayoutView* layoutView() const { return layoutView_; }
     GenerateView* generateView() const { return generateView_; }
@@ -116,6 +122,8 @@ class Frmdata : public QMainWindow {
     void buildStatusBar();
     void connectLayoutCommands();
     void connectQueryCommands();
+    void connectSheetCommands();
+    void updateMoveCommands();  // updowngrid
     QAction* addItem(QMenu* menu, const char* name, const char* caption);
     QMenu* addSubmenu(QMenu* parent, const char* name, const char* caption);
     void addSeparator(QMenu* menu, const char* name);
@@ -146,6 +154,9 @@ class Frmdata : public QMainWindow {
     QTabWidget* tabs_ = nullptr;
     QTableView* grid_ = nullptr;
     SheetModel* sheetModel_ = nullptr;
+    SheetEditor* sheetEditor_ = nullptr;
+    SheetCommands* sheetCommands_ = nullptr;
+    TextExport* textExport_ = nullptr;
     LayoutView* layoutView_ = nullptr;
     GenerateView* generateView_ = nullptr;
     QLabel* viewStatus_ = nullptr;

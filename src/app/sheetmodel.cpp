@@ -23,4 +23,19 @@ QVariant SheetModel::headerData(int section, Qt::Orientation orientation, int ro
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+void SheetModel::cellChanged(int sheetRow, int col) {
+    if (sheetRow == 0) {
+        emit headerDataChanged(Qt::Horizontal, col, col);
+        return;
+    }
+    const QModelIndex i = index(sheetRow - 1, col);
+    emit dataChanged(i, i);
+}
+
+void SheetModel::rowsChanged(int firstSheetRow, int lastSheetRow) {
+    if (lastSheetRow < 1 || columnCount() == 0) return;
+    emit dataChanged(index(std::max(firstSheetRow, 1) - 1, 0),
+                     index(lastSheetRow - 1, columnCount() - 1));
+}
+
 }  // namespace rq::ui

@@ -27,6 +27,10 @@ class SheetModel : public QAbstractTableModel {
         endResetModel();
     }
 
+    // Call after one cell (row 0: a heading) or a run of rows changed.
+    void cellChanged(int sheetRow, int col);
+    void rowsChanged(int firstSheetRow, int lastSheetRow);
+
   private:
     DataSheet& sheet_;
 };

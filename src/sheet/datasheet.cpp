@@ -251,21 +251,61 @@ int compareGeneric(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-void DataSheet::sort(int order) {
-    if (order != 1 && order != 2) return;
+std::vector<int> DataSheet::sortPermutation(int order, int* first) const {
+    if (order != 1 && order != 2) return {};
     int r1 = std::min(row_, rowSel_), r2 = std::max(row_, rowSel_);
     if (row_ == rowSel_) r1 = 1, r2 = rows() - 1;
     r1 = std::max(r1, 1);
-    if (r2 <= r1) return;
+    r2 = std::min(r2, rows() - 1);
+    if (r2 <= r1) return {};
     int c1 = std::min(col_, colSel_), c2 = std::max(col_, colSel_);
-    auto less = [&](const RowData& a, const RowData& b) {
+    std::vector<int> from(static_cast<std::size_t>(r2 - r1 + 1));
+    for (std::size_t i = 0; i < from.size(); ++i) from[i] = static_cast<int>(i);
+    const RowData* base = rows_.data() + r1;
+    auto less = [&](int a, int b) {
         for (int c = c1; c <= c2; ++c) {
-            int k = compareGeneric(a.cell(c), b.cell(c));
+            int k = compareGeneric(base[a].cell(c), base[b].cell(c));
             if (k != 0) return order == 1 ? k < 0 : k > 0;
         }
         return false;
     };
-    std::stable_sort(rows_.begin() + r1, rows_.begin() + r2 + 1, less);
+    std::stable_sort(from.begin(), from.end(), less);
+    *first = r1;
+    return from;
+}
+
+void DataSheet::permuteRows(int first, const std::vector<int>& from) {
+    if (first < 1 || first + static_cast<int>(from.size()) > rows()) return;
+    std::vector<RowData> moved(from.size());
+    for (std::size_t i = 0; i < from.size(); ++i)
+        moved[i] = std::move(rows_[static_cast<std::size_t>(first + from[i])]);
+    std::move(moved.begin(), moved.end(), rows_.begin() + first);
+}
+
+void DataSheet::sort(int order) {
+    int first = 0;
+    std::vector<int> from = sortPermutation(order, &first);
+    if (!from.empty()) permuteRows(first, from);
+}
+
+std::vector<DataSheet::RowData> DataSheet::takeRows(int first, int count) {
+    if (first < 1 || first >= rows() || count <= 0) return {};
+    count = std::min(count, rows() - first);
+    auto b = rows_.begin() + first, e = b + count;
+    std::vector<RowData> out(std::make_move_iterator(b), std::make_move_iterator(e));
+    rows_.erase(b, e);
+    int last = rows() - 1;
+    row_ = std::min(row_, last);
+    rowSel_ = std::min(rowSel_, last);
+    topRow_ = std::min(topRow_, std::max(last, 1));
+    return out;
+}
+
+void DataSheet::putRows(int index, std::vector<RowData>&& rows) {
+    if (index < 1 || index > this->rows()) return;
+    rows_.insert(rows_.begin() + index, std::make_move_iterator(rows.begin()),
+                 std::make_move_iterator(rows.end()));
+    rows.clear();
 }
 
 std::size_t DataSheet::textBytes() const {

@@ -75,11 +75,6 @@ class DataSheet {
     // are equal) by the key columns Col .. ColSel, numbers as numbers.
     void sort(int order);
 
-    // Bytes held by the cells' text (for the memory figures of the benchmarks).
-    std::size_t textBytes() const;
-    std::size_t allocatedBytes() const;
-
-  private:
     // One row: a single heap block holding the cell count, the end offset of
     // each cell and the characters.
     class RowData {
@@ -111,6 +106,22 @@ class DataSheet {
         std::unique_ptr<char[]> block_;
     };
 
+    // Moves count record rows from index first out of the sheet (range clamped
+    // to the records); Row and RowSel are kept inside the sheet.
+    std::vector<RowData> takeRows(int first, int count);
+    // Puts rows taken out back before index (1 .. Rows).
+    void putRows(int index, std::vector<RowData>&& rows);
+    // Reorders rows first .. first+n-1: new row first+i is old row first+from[i].
+    void permuteRows(int first, const std::vector<int>& from);
+    // The order sort() would give, without applying it: *first receives the
+    // first row of the sorted range; empty when nothing would move.
+    std::vector<int> sortPermutation(int order, int* first) const;
+
+    // Bytes held by the cells' text (for the memory figures of the benchmarks).
+    std::size_t textBytes() const;
+    std::size_t allocatedBytes() const;
+
+  private:
     std::vector<RowData> rows_;
     int cols_ = 0;
     int row_ = 1, col_ = 0, rowSel_ = 1, colSel_ = 0, topRow_ = 1;

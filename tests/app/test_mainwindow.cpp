@@ -128,7 +128,8 @@ class MainWindowTest : public QObject {
         QCOMPARE(flatten(w.menu("mnuedit")),
                  split("Cut|Copy|Paste|Delete|Select all|-|Insert Row|Remove Row|Crop Row"
                        "|-|Insert Column...|Insert Column Index|Modify Column Name"
-                       "|-|Sort Ascending|Sort Descending|-|Move UP|Move DOWN|-|SQL|Visual SQL"));
+                       "|-|Sort Ascending|Sort Descending|-|Move UP|Move DOWN|-|SQL|Visual SQL"
+                       "|-|Undo|Redo"));
         QCOMPARE(flatten(w.menu("mnueditw")),
                  split("New Element|New Data Element|-|Define XML Document|-|Delete|-|Move Tag>"
                        "|  Move UP|  Move DOWN|  Move LEFT|  Move RIGHT|-|Undo|Redo"));
