@@ -82,40 +82,24 @@ struct Kind {
     std::function<std::unique_ptr<Database>(const fs::path& folder, const fs::path& file)> open;
 };
 
+// clang-format off
 const Kind kKinds[] = {
-    {"dbase",
-     {"dbase", "foxpro"},
-     {".dbf"},
-     {".dbt", ".fpt"},
-     12,
+    {"dbase", {"dbase", "foxpro"}, {".dbf"}, {".dbt", ".fpt"}, 12,
      [](const fs::path& dir, const fs::path&) { return openDbaseFolder(dir.string(), {}); }},
-    {"paradox",
-     {"paradox"},
-     {".db"},
-     {".mb"},
-     12,
+    // The protected samples share these passwords, so that unscrambling meets the damage too.
+    {"paradox", {"paradox"}, {".db"}, {".mb"}, 12,
      [](const fs::path& dir, const fs::path&) {
-         // The protected samples all have this password, so their
-         // unscrambling meets the damage too.
-         OpenOptions o;
-         o.password = "123";
-         return openParadoxFolder(dir.string(), o);
-     }},
-    {"excel",
-     {"excel"},
-     {".xls"},
-     {},
-     40,
+         return openParadoxFolder(dir.string(), {.password = "123"}); }},
+    {"access", {"access"}, {".mdb", ".accdb"}, {}, 6,
+     [](const fs::path&, const fs::path& file) {
+         return openAccessDatabase(file.string(), {.password = "abcd1234"}); }},
+    {"excel", {"excel"}, {".xls"}, {}, 40,
      [](const fs::path&, const fs::path& file) { return openExcelWorkbook(file.string(), {}); }},
-    {"lotus",
-     {"lotus"},
-     {".wk1", ".wk3", ".wk4"},
-     {},
-     40,
+    {"lotus", {"lotus"}, {".wk1", ".wk3", ".wk4"}, {}, 40,
      [](const fs::path& dir, const fs::path& file) {
-         return openLotusFolder(dir.string(), lowerExtension(file).substr(1), {});
-     }},
+         return openLotusFolder(dir.string(), lowerExtension(file).substr(1), {}); }},
 };
+// clang-format on
 
 class DamagedSamples : public ::testing::TestWithParam<Kind> {};
 
