@@ -21,6 +21,7 @@
 
 using namespace rq;
 using namespace rq::ui;
+using rq::testing::clickRow;
 using rq::testing::doubleClickRow;
 using rq::testing::items;
 using rq::testing::sheetRow;
@@ -143,20 +144,29 @@ class OdbcWindowTest : public QObject {
         // Nothing to connect with yet.
         QVERIFY(!d.okButton()->isEnabled());
 
-        sources->setCurrentItem(sources->topLevelItem(1));
+        d.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&d));
+        const auto clickSource = [sources](int i) {
+            const QRect rect = sources->visualItemRect(sources->topLevelItem(i));
+            QTest::mouseClick(sources->viewport(), Qt::LeftButton, {}, rect.center());
+        };
+        clickSource(1);
         QCOMPARE(d.connectionBox()->text(), QString("DSN=Ledger;"));
         QVERIFY(d.okButton()->isEnabled());
 
         // A driver replaces the source, and the other list lets go of its choice.
-        d.driverList()->setCurrentRow(1);
+        clickRow(d.driverList(), 1);
         QCOMPARE(d.connectionBox()->text(), QString("DRIVER={Odd}}Name};"));
         QVERIFY(sources->currentItem() == nullptr);
-        sources->setCurrentItem(sources->topLevelItem(0));
+        clickSource(0);
         QCOMPARE(d.connectionBox()->text(), QString("DSN=Sales;"));
         QVERIFY(d.driverList()->currentItem() == nullptr);
 
         // Blanks alone do not count as a string.
-        d.connectionBox()->setText("   ");
+        QLineEdit* box = d.connectionBox();
+        QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(box, "   ");
+        QCOMPARE(box->text(), QString("   "));
         QVERIFY(!d.okButton()->isEnabled());
     }
 
@@ -382,12 +392,9 @@ class OdbcWindowTest : public QObject {
 
     // ---- the Btrieve code page ------------------------------------------
 
-    void codePageDialogOffersTheDosAndWindowsPages() {
+    void codePageDialogStartsOnTheUsDosPageAndCancelChoosesNone() {
         CodePageDialog d;
         QComboBox* box = d.choiceBox();
-        QList<int> offered;
-        for (int i = 0; i < box->count(); ++i) offered << box->itemData(i).toInt();
-        QCOMPARE(offered, QList<int>({437, 850, 852, 866, 1250, 1251, 1252}));
         QCOMPARE(box->currentData().toInt(), 437);
         QCOMPARE(d.codePage(), 0);
         box->setCurrentIndex(3);

@@ -12,55 +12,15 @@ using namespace rq::ui;
 class WindowRules : public QObject {
     Q_OBJECT
   private slots:
-    void openDialogPerKind_data() {
-        QTest::addColumn<QString>("connect");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("filter");
-        QTest::newRow("access") << "Microsoft Access"
-                                << "Open Microsoft Access Database"
-                                << "Microsoft Access MDBs (*.mdb)|*.mdb";
-        QTest::newRow("wk1") << "Lotus WK1;"
-                             << "Open Lotus Database"
-                             << "Lotus WK1 (*.wk1)|*.wk1";
-        QTest::newRow("wk3") << "Lotus WK3;"
-                             << "Open Lotus Database"
-                             << "Lotus WK3 (*.wk3)|*.wk3";
-        QTest::newRow("wk4") << "Lotus WK4;"
-                             << "Open Lotus Database"
-                             << "Lotus WK4 (*.wk4)|*.wk4";
-        for (const char* c : {"Dbase III;", "Dbase IV;", "Dbase 5.0;"})
-            QTest::newRow(c) << c << "Open Dbase Database"
-                             << "Dbase DBs (*.dbf)|*.dbf";
-        for (const char* c : {"FoxPro 2.0;", "FoxPro 2.5;", "FoxPro 2.6;", "FoxPro 3.0;"})
-            QTest::newRow(c) << c << "Open FoxPro Database"
-                             << "FoxPro DBs (*.dbf)|*.dbf";
-        for (const char* c : {"Paradox 3.X;", "Paradox 4.X;", "Paradox 5.X;"})
-            QTest::newRow(c) << c << "Open Paradox Database"
-                             << "Paradox DBs (*.db)|*.db";
-        QTest::newRow("excel") << "Excel 8.0;"
-                               << "Open Excel File"
-                               << "Excel Files (*.xls)|*.xls";
-        QTest::newRow("btrieve") << "Btrieve;"
-                                 << "Open Btrieve Database"
-                                 << "Btrieve DBs (FILE.DDF)|FILE.DDF";
-        QTest::newRow("text") << "Text;"
-                              << "Open Text Database"
-                              << "Text Files (*.txt)|*.txt";
+    void openDialogOnlyForAnExactKind() {
+        const OpenDialogSettings dbase = openDialogSettings("Dbase IV;");
+        QVERIFY(dbase.filter.endsWith("|*.dbf"));
+        QVERIFY(!dbase.title.isEmpty());
         // The comparison is exact: another spelling is no kind at all.
-        QTest::newRow("case") << "dbase IV;"
-                              << ""
-                              << "";
-        QTest::newRow("no semicolon") << "Text"
-                                      << ""
-                                      << "";
-    }
-    void openDialogPerKind() {
-        QFETCH(QString, connect);
-        QFETCH(QString, title);
-        QFETCH(QString, filter);
-        const OpenDialogSettings s = openDialogSettings(connect);
-        QCOMPARE(s.title, title);
-        QCOMPARE(s.filter, filter);
+        for (const char* other : {"dbase IV;", "Text", ""}) {
+            QVERIFY2(openDialogSettings(other).title.isEmpty(), other);
+            QVERIFY2(openDialogSettings(other).filter.isEmpty(), other);
+        }
     }
 
     void classicFiltersBecomeQtFilters() {

@@ -1,9 +1,13 @@
 // Small helpers the window tests share: reading a list or a sheet row as
-// text, and double-clicking a list row as a user would.
+// text, and clicking tabs, tool buttons and list rows as a user would.
 #pragma once
 
+#include <QApplication>
 #include <QListWidget>
 #include <QStringList>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QToolBar>
 #include <QtTest>
 
 #include "sheet/datasheet.h"
@@ -22,9 +26,36 @@ inline QStringList sheetRow(const DataSheet& sheet, int row) {
     return out;
 }
 
-// Captions split at '|', for comparing long lists of menu texts.
-inline QStringList split(const char* captions) {
-    return QString(captions).split('|');
+// Clicks the tab of a shown tab widget.
+inline void clickTab(QTabWidget* tabs, int index) {
+    QCoreApplication::processEvents();
+    QTabBar* bar = tabs->tabBar();
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(index).center());
+}
+
+// Clicks the button a toolbar shows for an action.
+inline void clickTool(QToolBar* bar, QAction* action) {
+    QCoreApplication::processEvents();
+    QTest::mouseClick(bar->widgetForAction(action), Qt::LeftButton);
+}
+
+// Chooses a command through the menus by keyboard, as a user would: Alt and
+// the menu's mnemonic, then the mnemonic of each item down the submenus.
+inline void chooseByKeys(QWidget* window, Qt::Key menu, std::initializer_list<Qt::Key> items) {
+    QApplication::setActiveWindow(window);
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QTest::keyClick(window, menu, Qt::AltModifier);
+    for (Qt::Key key : items) {
+        QWidget* popup = QApplication::activePopupWidget();
+        QVERIFY(popup);
+        QTest::keyClick(popup, key);
+    }
+}
+
+inline void clickRow(QListWidget* list, int row) {
+    QCoreApplication::processEvents();
+    const QRect rect = list->visualItemRect(list->item(row));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
 }
 
 inline void doubleClickRow(QListWidget* list, int row) {

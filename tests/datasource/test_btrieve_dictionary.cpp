@@ -358,18 +358,6 @@ TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNam
     EXPECT_EQ(c.warnings, expected);
 }
 
-TEST_F(BtrieveBuiltDictionary, FieldTypesMapToEngineCodes) {
-    auto db = open();
-    std::vector<int> types;
-    for (const auto& f : db->fields("Typen")) types.push_back(f.type);
-    const std::vector<int> expected = {
-        kText,     kText,     kText,    kByte,     kInteger, kLong,     kBigInt,
-        kLong,     kLong,     kSingle,  kDouble,   kSingle,  kDateTime, kDateTime,
-        kDateTime, kDateTime, kDecimal, kCurrency, kDecimal, kDecimal,  kBoolean,
-        kBoolean,  kCurrency, kBoolean, kGuid,     kText,    kMemo,     kInteger};
-    EXPECT_EQ(types, expected);
-}
-
 TEST_F(BtrieveBuiltDictionary, MissingDataFileStaysListedAndFailsClearly) {
     auto db = open();
     ASSERT_EQ(db->catalog().size(), 2u);

@@ -57,16 +57,6 @@ std::vector<std::string> listing(const fs::path& dir) {
 
 }  // namespace
 
-TEST(PreviewTypes, ExtensionsFollowTheItems) {
-    ASSERT_EQ(previewTypeItems().size(), 5u);
-    EXPECT_EQ(previewTypeItems()[3], "Preview as XSLT Stylesheets(.XSLT)");
-    EXPECT_EQ(previewTypeExtension(0), ".xml");
-    EXPECT_EQ(previewTypeExtension(3), ".xslt");
-    EXPECT_EQ(previewTypeExtension(4), ".fo");
-    EXPECT_EQ(previewTypeExtension(-1), "");
-    EXPECT_EQ(previewTypeExtension(5), "");
-}
-
 TEST(SavedFiles, EncodingFollowsSymbolConversionAndALineEndIsAdded) {
     TempDir dir;
     const std::string text = "<a>caf\xC3\xA9 \xE2\x82\xAC \xD0\x96</a>";  // é € Ж

@@ -157,36 +157,3 @@ TEST(Clenzr, TwoRunsInARowGiveTheSameKeysAndTables) {
     for (int r = 0; r < w1.rows(); ++r) EXPECT_EQ(w1.row(r), w2.row(r)) << "row " << r;
     EXPECT_EQ(w1.bindings, w2.bindings);
 }
-
-TEST(Clenzr, FillsTheWorkingTableAndEndTags) {
-    LayoutTree t;
-    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
-    WorkingTable w;
-    tidyLayout(t, w);
-    EXPECT_EQ(w.rows(), 6);
-    EXPECT_EQ(w.cell(2, 1), "document");
-    EXPECT_EQ(w.cell(3, 1), "row");
-    EXPECT_EQ(w.cell(4, 1), "ID");
-    EXPECT_EQ(w.cell(4, 5), "ID");
-    EXPECT_EQ(w.cell(4, 3), "0");
-    EXPECT_EQ(w.cell(5, 3), "1");
-    EXPECT_EQ(w.bindings, (std::vector<int>{4, 5}));
-    // End tags: innermost first, on the deepest last descendant.
-    EXPECT_EQ(w.cell(4, 4), "</ID>");
-    EXPECT_EQ(w.cell(5, 4), "</Name></row>");
-    EXPECT_EQ(w.cell(3, 4), "");
-    EXPECT_EQ(w.cell(2, 4), "");
-}
-
-TEST(Clenzr, AttributeThatIsTheLastDescendantHandsItsEndTagsToItsElement) {
-    LayoutTree t;
-    buildDefaultLayout(t, sheetWithHeader({"ID"}));
-    LayoutNode* id = t.find("4_");
-    addNode(t, id, kKindAttribute, "unit", "kg");
-    WorkingTable w;
-    tidyLayout(t, w);
-    // Node 5 is the attribute under ID, the deepest last descendant of ID and row.
-    EXPECT_EQ(w.cell(5, 4), "</ID></row>");
-    EXPECT_EQ(w.cell(4, 4), "</ID></row>");
-    EXPECT_EQ(w.cell(5, 2), "kg");
-}

@@ -1,0 +1,113 @@
+// Runs every folder under golden/ through the writer and compares bytes.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "generate/documentwriter.h"
+#include "generate/outputfiles.h"
+#include "layout/defaultlayout.h"
+#include "layout/layoutfile.h"
+
+using namespace rq;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kGolden = fs::path(ROWQUILL_SOURCE_DIR) / "tests/generate/golden";
+
+std::string readBytes(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Comma-separated rows; a quoted field keeps commas, doubled quotes and line
+// breaks exactly as written.
+std::vector<std::vector<std::string>> parseCsv(const std::string& text) {
+    std::vector<std::vector<std::string>> rows(1, std::vector<std::string>(1));
+    bool quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        std::string& field = rows.back().back();
+        if (quoted) {
+            if (c != '"')
+                field += c;
+            else if (i + 1 < text.size() && text[i + 1] == '"')
+                field += text[++i];
+            else
+                quoted = false;
+        } else if (c == '"') {
+            quoted = true;
+        } else if (c == ',') {
+            rows.back().emplace_back();
+        } else if (c == '\n') {
+            rows.emplace_back(1);
+        } else {
+            field += c;
+        }
+    }
+    if (rows.back().size() == 1 && rows.back()[0].empty()) rows.pop_back();
+    return rows;
+}
+
+DataSheet sheetFrom(const std::vector<std::vector<std::string>>& rows) {
+    DataSheet s(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
+    for (std::size_t r = 0; r < rows.size(); ++r)
+        for (std::size_t c = 0; c < rows[r].size(); ++c)
+            s.setCell(static_cast<int>(r), static_cast<int>(c), rows[r][c]);
+    return s;
+}
+
+std::vector<fs::path> cases() {
+    std::vector<fs::path> out;
+    for (const auto& e : fs::directory_iterator(kGolden))
+        if (e.is_directory()) out.push_back(e.path());
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+class GoldenCase : public testing::TestWithParam<fs::path> {};
+
+TEST_P(GoldenCase, WriterGivesTheExpectedBytes) {
+    const fs::path dir = GetParam();
+    const DataSheet sheet = sheetFrom(parseCsv(readBytes(dir / "sheet.csv")));
+    LayoutTree tree;
+    readLayoutText(readBytes(dir / "layout.rqlayout"), tree, &sheet);
+    int first = 1, last = sheet.rows() - 1;
+    const bool ranged = fs::exists(dir / "records");
+    if (ranged) std::istringstream(readBytes(dir / "records")) >> first >> last;
+
+    WorkingTable work;
+    std::string doc;
+    if (ranged) {
+        tidyLayout(tree, work);
+        doc = buildDocumentRange(tree, work, sheet, first, last);
+    } else {
+        doc = buildDocument(tree, work, sheet, last);
+    }
+    EXPECT_EQ(documentFileBytes(doc, true), readBytes(dir / "expected.xml"));
+    if (fs::exists(dir / "expected-1252.xml")) {
+        EXPECT_EQ(documentFileBytes(doc, false), readBytes(dir / "expected-1252.xml"));
+    }
+
+    // The streamed writer, in small chunks, gives the same text.
+    std::string streamed, out;
+    writeDocument(tree, work, sheet, first, last, out, [&](std::string& chunk) {
+        streamed += chunk;
+        chunk.clear();
+    });
+    EXPECT_EQ(streamed + out, doc);
+    EXPECT_EQ(referenceDocument(tree, work, sheet, first, last), doc);
+}
+
+INSTANTIATE_TEST_SUITE_P(Writer, GoldenCase, testing::ValuesIn(cases()),
+                         [](const testing::TestParamInfo<fs::path>& info) {
+                             std::string name = info.param.filename().string();
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+}  // namespace
