@@ -11,7 +11,11 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth
   # window
   qt6-base-dev qt6-base-dev-tools qt6-webengine-dev libgl-dev libxkbcommon-dev
-  qt6-qpa-plugins
+  qt6-qpa-plugins qt6-svg-dev
+  # packaging: icons, validators
+  librsvg2-bin desktop-file-utils appstream
+  # examples/make-examples.sh
+  libspreadsheet-writeexcel-perl
   # layout files
   libexpat1-dev
   # readers

@@ -46,6 +46,7 @@ Frmdata::Frmdata(bool realBrowsers, QWidget* parent) : QMainWindow(parent) {
     buildSheetToolbar();
     buildStatusBar();
     buildBody(realBrowsers);
+    bindStandardKeys();
 
     connect(action("mnuabout"), &QAction::triggered, this, [this] {
         AboutBox box(this);

@@ -118,6 +118,8 @@ class Frmdata : public QMainWindow {
   private:
     void buildMenus();
     void buildSheetToolbar();
+    void bindStandardKeys();
+    void nameToolkitControls();
     void buildBody(bool realBrowsers);
     void buildStatusBar();
     void connectLayoutCommands();

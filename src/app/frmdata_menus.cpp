@@ -1,8 +1,9 @@
 // The menu bar and the sheet toolbar of the main window.
+#include <QAbstractButton>
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
-#include <QStyle>
+#include <QTableView>
 #include <QToolBar>
 
 #include "app/frmdata.h"
@@ -171,42 +172,97 @@ void Frmdata::buildSheetToolbar() {
     sheetToolbar_ = addToolBar(QStringLiteral("Sheet"));
     sheetToolbar_->setObjectName(QStringLiteral("tbrMain"));
     sheetToolbar_->setIconSize(QSize(20, 20));
-    QStyle* st = style();
-    const QColor edit(60, 100, 150), rows(40, 130, 90), sql(150, 90, 30);
     const struct {
         const char* key;
         const char* tip;
         const char* command;
-        QIcon icon;
+        const char* icon;
         bool separatorBefore;
     } buttons[] = {
-        {"Cut", "Cut", "mnuEditcut", glyphIcon(QStringLiteral("\u2702"), edit), false},
-        {"Copy", "Copy", "mnuEditCopy", glyphIcon(QStringLiteral("C"), edit), false},
-        {"Paste", "Paste", "mnuEditPaste", glyphIcon(QStringLiteral("P"), edit), false},
-        {"Delete", "Delete", "mnuEditDelete", st->standardIcon(QStyle::SP_DialogDiscardButton),
-         false},
-        {"Sort Ascending", "Sort Ascending", "mnusortasc",
-         glyphIcon(QStringLiteral("A\u2193"), edit), true},
-        {"Sort Descending", "Sort Descending", "mnusortdes",
-         glyphIcon(QStringLiteral("Z\u2193"), edit), false},
-        {"InsertRow", "Insert New Row", "mnuEditInsertRow", glyphIcon(QStringLiteral("R+"), rows),
-         true},
-        {"DelRow", "Delete Row", "mnuEditDelRow", glyphIcon(QStringLiteral("R\u2212"), rows),
-         false},
-        {"insertcol", "Insert Column", "mnuColumn", glyphIcon(QStringLiteral("C+"), rows), false},
-        {"sqlpen", "Open SQL Editor", "mnusqlhand", glyphIcon(QStringLiteral("SQL"), sql), true},
-        {"sqlply", "Open Visual SQL Editor", "mnuvissql", glyphIcon(QStringLiteral("VS"), sql),
-         false},
-        {"Moveup", "Move Row UP", "mnuup", st->standardIcon(QStyle::SP_ArrowUp), true},
-        {"movedown", "Move Row DOWN", "mnudown", st->standardIcon(QStyle::SP_ArrowDown), false},
+        {"Cut", "Cut", "mnuEditcut", "edit-cut", false},
+        {"Copy", "Copy", "mnuEditCopy", "edit-copy", false},
+        {"Paste", "Paste", "mnuEditPaste", "edit-paste", false},
+        {"Delete", "Delete", "mnuEditDelete", "edit-delete", false},
+        {"Sort Ascending", "Sort Ascending", "mnusortasc", "view-sort-ascending", true},
+        {"Sort Descending", "Sort Descending", "mnusortdes", "view-sort-descending", false},
+        {"InsertRow", "Insert New Row", "mnuEditInsertRow", "edit-table-insert-row-below", true},
+        {"DelRow", "Delete Row", "mnuEditDelRow", "edit-table-delete-row", false},
+        {"insertcol", "Insert Column", "mnuColumn", "edit-table-insert-column-right", false},
+        {"sqlpen", "Open SQL Editor", "mnusqlhand", "document-edit", true},
+        {"sqlply", "Open Visual SQL Editor", "mnuvissql", "system-run", false},
+        {"Moveup", "Move Row UP", "mnuup", "go-up", true},
+        {"movedown", "Move Row DOWN", "mnudown", "go-down", false},
     };
     for (const auto& b : buttons) {
         if (b.separatorBefore) sheetToolbar_->addSeparator();
-        QAction* a = sheetToolbar_->addAction(b.icon, QString::fromUtf8(b.tip));
+        QAction* a = sheetToolbar_->addAction(themeIcon(b.icon), QString::fromUtf8(b.tip));
         a->setObjectName(QString::fromUtf8(b.key));
         a->setToolTip(QString::fromUtf8(b.tip));
         QAction* command = action(QString::fromUtf8(b.command));
         connect(a, &QAction::triggered, command, &QAction::trigger);
+        command->setIcon(a->icon());
+    }
+}
+
+void Frmdata::bindStandardKeys() {
+    // The editing keys act on the sheet, so they belong to the grid: a text
+    // box or the layout tree with the focus keeps its own Delete and Ctrl+C.
+    const struct {
+        const char* command;
+        QKeySequence::StandardKey key;
+    } sheetKeys[] = {
+        {"mnuEditcut", QKeySequence::Cut},
+        {"mnuEditCopy", QKeySequence::Copy},
+        {"mnuEditPaste", QKeySequence::Paste},
+        {"mnuEditDelete", QKeySequence::Delete},
+        {"mnuEditSelectAll", QKeySequence::SelectAll},
+    };
+    for (const auto& k : sheetKeys) {
+        QAction* a = action(QString::fromUtf8(k.command));
+        a->setShortcuts(k.key);
+        a->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        grid_->addAction(a);
+    }
+    // The layout is the document the window opens and saves.
+    const struct {
+        const char* command;
+        QKeySequence::StandardKey key;
+        const char* icon;
+    } windowKeys[] = {
+        {"mnuopenlayout", QKeySequence::Open, "document-open"},
+        {"mnusavelayout", QKeySequence::Save, "document-save"},
+        {"mnucontenets", QKeySequence::HelpContents, "help-contents"},
+        {"mnuDBExit", QKeySequence::Quit, "application-exit"},
+    };
+    for (const auto& k : windowKeys) {
+        QAction* a = action(QString::fromUtf8(k.command));
+        a->setShortcuts(k.key);
+        a->setIcon(themeIcon(k.icon));
+    }
+    // Some platforms bind no key to Quit.
+    if (action("mnuDBExit")->shortcuts().isEmpty())
+        action("mnuDBExit")->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    nameToolkitControls();
+}
+
+void Frmdata::nameToolkitControls() {
+    // Controls the toolkit adds (overflow buttons and menus, the grid's
+    // corner) get names too, so that a screen reader can announce them.
+    for (QToolBar* bar : findChildren<QToolBar*>()) {
+        if (bar->windowTitle().isEmpty())
+            bar->setWindowTitle(bar->accessibleName().isEmpty() ? bar->objectName()
+                                                                : bar->accessibleName());
+        for (QMenu* more : bar->findChildren<QMenu*>())
+            if (more->title().isEmpty()) more->setTitle(QStringLiteral("More tools"));
+    }
+    for (QAbstractButton* b : findChildren<QAbstractButton*>()) {
+        if (!b->accessibleName().isEmpty()) continue;
+        if (b->objectName() == QLatin1String("qt_toolbar_ext_button"))
+            b->setAccessibleName(QStringLiteral("More tools"));
+        else if (b->objectName() == QLatin1String("qt_menubar_ext_button"))
+            b->setAccessibleName(QStringLiteral("More menus"));
+        else if (b->parent() == grid_)
+            b->setAccessibleName(QStringLiteral("Select all"));
     }
 }
 

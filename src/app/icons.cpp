@@ -3,9 +3,54 @@
 #include <QFont>
 #include <QPainter>
 #include <QPixmap>
+#include <QSvgRenderer>
 #include <array>
 
+// The drawings are in a resource of the window's static library, which is
+// registered by hand because nothing refers to it otherwise.
+static void registerIconResource() {
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(icons);
+        return true;
+    }();
+    (void)registered;
+}
+
 namespace rq::ui {
+
+namespace {
+
+// The drawing rendered at the sizes menus and toolbars ask for; rendered here
+// so that no image plugin is needed.
+QIcon svgIcon(const QString& resource) {
+    registerIconResource();
+    QSvgRenderer renderer(resource);
+    QIcon icon;
+    if (!renderer.isValid()) return icon;
+    for (int size : {16, 20, 22, 24, 32, 48, 64, 128, 256}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter p(&pixmap);
+        renderer.render(&p);
+        p.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+}  // namespace
+
+QIcon themeIcon(const char* name) {
+    const QString themeName = QString::fromUtf8(name);
+    if (QIcon::hasThemeIcon(themeName)) return QIcon::fromTheme(themeName);
+    return svgIcon(QStringLiteral(":/icons/") + themeName + QStringLiteral(".svg"));
+}
+
+QIcon appIcon() {
+    if (QIcon::hasThemeIcon(QStringLiteral("rowquill")))
+        return QIcon::fromTheme(QStringLiteral("rowquill"));
+    return svgIcon(QStringLiteral(":/icons/rowquill.svg"));
+}
 
 QIcon glyphIcon(const QString& glyph, const QColor& color) {
     QIcon icon;

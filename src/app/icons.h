@@ -1,5 +1,6 @@
-// Small icons drawn at run time: one per layout node kind, and plain glyph
-// icons for toolbar buttons that have no standard icon.
+// Icons: those of commands come from the desktop's icon theme, with drawings
+// of our own where the theme has none; the layout node kinds have small
+// glyphs drawn at run time.
 #pragma once
 
 #include <QColor>
@@ -11,6 +12,12 @@ namespace rq::ui {
 // The icon of a layout node kind (1 document/root, 2 element, 3 data element,
 // 4 attribute, 5 data attribute).
 QIcon kindIcon(int kind);
+
+// The theme's icon of the given freedesktop name, or our own drawing of it.
+QIcon themeIcon(const char* name);
+
+// The program's icon.
+QIcon appIcon();
 
 // A rounded square with a short text on it.
 QIcon glyphIcon(const QString& glyph, const QColor& color);

@@ -8,7 +8,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSplitter>
-#include <QStyle>
 #include <QToolBar>
 #include <QTreeView>
 #include <QUndoStack>
@@ -118,34 +117,27 @@ void LayoutView::buildToolbar() {
     struct Button {
         const char* key;
         const char* tip;
-        const char* glyph;
-        QColor color;
+        const char* icon;
         std::function<void()> run;
     };
     const Button buttons[] = {
-        {"attr_normtool", "Add Element", "E+", QColor(40, 140, 70), [this] { newElement(); }},
-        {"attr_dataool", "Add Database Element", "D+", QColor(210, 120, 20),
-         [this] { newDataElement(); }},
-        {"Delete", "Delete", "X", QColor(180, 40, 60), [this] { deleteTag(); }},
-        {"up", "Move Tag UP", "\u2191", QColor(70, 90, 120),
-         [this] { moveTag(MoveDirection::Up); }},
-        {"down", "Move Tag DOWN", "\u2193", QColor(70, 90, 120),
-         [this] { moveTag(MoveDirection::Down); }},
-        {"left", "Move Tag LEFT", "\u2190", QColor(70, 90, 120),
-         [this] { moveTag(MoveDirection::Left); }},
-        {"right", "Move Tag RIGHT", "\u2192", QColor(70, 90, 120),
-         [this] { moveTag(MoveDirection::Right); }},
+        {"attr_normtool", "Add Element", "list-add", [this] { newElement(); }},
+        {"attr_dataool", "Add Database Element", "insert-object", [this] { newDataElement(); }},
+        {"Delete", "Delete", "edit-delete", [this] { deleteTag(); }},
+        {"up", "Move Tag UP", "go-up", [this] { moveTag(MoveDirection::Up); }},
+        {"down", "Move Tag DOWN", "go-down", [this] { moveTag(MoveDirection::Down); }},
+        {"left", "Move Tag LEFT", "go-previous", [this] { moveTag(MoveDirection::Left); }},
+        {"right", "Move Tag RIGHT", "go-next", [this] { moveTag(MoveDirection::Right); }},
     };
     for (const Button& b : buttons) {
-        QAction* a = toolbar_->addAction(glyphIcon(QString::fromUtf8(b.glyph), b.color),
-                                         QString::fromUtf8(b.tip));
+        QAction* a = toolbar_->addAction(themeIcon(b.icon), QString::fromUtf8(b.tip));
         a->setObjectName(QString::fromUtf8(b.key));
         a->setToolTip(QString::fromUtf8(b.tip));
         connect(a, &QAction::triggered, this, b.run);
     }
     toolbar_->addSeparator();
-    QAction* refreshButton = toolbar_->addAction(style()->standardIcon(QStyle::SP_BrowserReload),
-                                                 QStringLiteral("Refresh"));
+    QAction* refreshButton =
+        toolbar_->addAction(themeIcon("view-refresh"), QStringLiteral("Refresh"));
     refreshButton->setObjectName(QStringLiteral("Refresh"));
     refreshButton->setToolTip(QStringLiteral("Refresh"));
     connect(refreshButton, &QAction::triggered, this, &LayoutView::refresh);
@@ -181,6 +173,7 @@ void LayoutView::buildColumnPanel() {
     escape->setShortcut(QKeySequence(Qt::Key_Escape));
     escape->setShortcutContext(Qt::WidgetShortcut);
     connect(escape, &QAction::triggered, columnPanel_, &QWidget::hide);
+    escape->setText(QStringLiteral("Close the column list"));
     columnList_->addAction(escape);
     columnPanel_->hide();
 }
@@ -206,6 +199,7 @@ void LayoutView::buildShortcuts() {
     for (const auto& k : keys) {
         auto* a = new QAction(tree_);
         a->setObjectName(QString::fromUtf8(k.name));
+        a->setText(QString::fromUtf8(k.name + 3));  // "keyMoveUp" is announced as "MoveUp"
         a->setShortcut(k.keys);
         a->setShortcutContext(Qt::WidgetShortcut);
         connect(a, &QAction::triggered, this, k.run);

@@ -1,6 +1,7 @@
 #include "app/opensettings.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 
@@ -36,7 +37,10 @@ OpenDialogSettings openDialogSettings(const QString& c) {
 }
 
 QString helpPagePath(const QString& programFolder, const char* relative) {
-    return QDir::cleanPath(programFolder + QLatin1Char('/') + QString::fromUtf8(relative));
+    const QString page = QString::fromUtf8(relative);
+    const QString beside = QDir::cleanPath(programFolder + QLatin1Char('/') + page);
+    if (QFileInfo::exists(beside)) return beside;
+    return QDir::cleanPath(programFolder + QStringLiteral("/../share/rowquill/help/") + page);
 }
 
 int splitterPositionTwips(int wanted, int clientWidth) {

@@ -23,7 +23,8 @@ inline constexpr const char* kHelpVisualSql =
     "helpfiles/help_rowquill/how_to_use_visual_sql_wizard.htm";
 inline constexpr const char* kHelpOdbc = "helpfiles/help_rowquill/how to open odbc/odbc.htm";
 
-// The page's full path under the given program folder.
+// The page's full path: beside the program in the build tree, otherwise in
+// share/rowquill/help of the installed tree the program folder belongs to.
 QString helpPagePath(const QString& programFolder, const char* relative);
 
 // The splitter position kept at least 50 twips from both edges of a client

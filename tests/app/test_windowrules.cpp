@@ -40,8 +40,21 @@ class WindowRules : public QObject {
             const QString path = helpPagePath(ROWQUILL_SOURCE_DIR "/help", page);
             QVERIFY2(QFile::exists(path), qPrintable(path));
         }
-        QCOMPARE(helpPagePath("/opt/rq", kHelpOdbc),
-                 QString("/opt/rq/helpfiles/help_rowquill/how to open odbc/odbc.htm"));
+        QCOMPARE(helpPagePath("/opt/rq/bin", kHelpOdbc),
+                 QString("/opt/rq/share/rowquill/help/helpfiles/help_rowquill/how to open "
+                         "odbc/odbc.htm"));
+        // A page beside the program wins over the installed one.
+        QTemporaryDir tree;
+        const QString installed = tree.path() + "/share/rowquill/help/" + kHelpTutorial;
+        const QString beside = tree.path() + "/bin/" + kHelpTutorial;
+        for (const QString& file : {installed, beside}) {
+            QVERIFY(QDir().mkpath(QFileInfo(file).path()));
+            QFile f(file);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+        }
+        QCOMPARE(helpPagePath(tree.path() + "/bin", kHelpTutorial), beside);
+        QVERIFY(QFile::remove(beside));
+        QCOMPARE(helpPagePath(tree.path() + "/bin", kHelpTutorial), installed);
     }
 
     void splitterKeepsFiftyTwipsFromBothEdges() {
