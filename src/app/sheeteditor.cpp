@@ -210,7 +210,7 @@ void SheetEditor::mouseReleased(QMouseEvent* e) {
 }
 
 void SheetEditor::selectWholeColumns() {
-    mouse_.pressRow = "1";
+    mouse_.pressRow = std::to_string(1);
     mouse_.pressCol = std::to_string(sheet_.col());
     mouse_.releaseRow = std::to_string(sheet_.rows() - 1);
     mouse_.releaseCol = std::to_string(sheet_.colSel());
