@@ -26,6 +26,11 @@ inline QStringList sheetRow(const DataSheet& sheet, int row) {
     return out;
 }
 
+// "a|b|c" as the list of its parts.
+inline QStringList split(const char* parts) {
+    return QString::fromUtf8(parts).split(QLatin1Char('|'));
+}
+
 // Clicks the tab of a shown tab widget.
 inline void clickTab(QTabWidget* tabs, int index) {
     QCoreApplication::processEvents();
