@@ -49,6 +49,9 @@ class Frmdata : public QMainWindow {
     void openAtStart(const QString& path);
     // Loads the table-list entry into the sheet; false when it failed.
     bool loadListEntry(int row);
+    // Asks for the value of each parameter of a stored query in turn; false
+    // when one is cancelled.
+    bool askQueryParameters(const std::string& query);
     // "&ODBC...": the window reset for an ODBC source, then OpenADODB with
     // an empty connection string (which asks for the data source).
     void mnuDBOODBC();

@@ -101,6 +101,8 @@ void Frmdata::reportOpenError(const QString& description, int code) {
 bool Frmdata::loadListEntry(int row) {
     QListWidgetItem* item = fileTableList_->item(row);
     if (!item || !db_) return false;
+    if (item->data(kMarkerRole).toInt() == 1 && !askQueryParameters(item->text().toStdString()))
+        return false;
     QString error;
     std::vector<std::string> warnings;
     {
@@ -120,6 +122,25 @@ bool Frmdata::loadListEntry(int row) {
     state_.sheetchanged = true;
     showPosition();
     showReadWarnings(this, QStringLiteral("The table ") + item->text(), warnings);
+    return true;
+}
+
+bool Frmdata::askQueryParameters(const std::string& query) {
+    std::vector<QueryParameter> parameters;
+    try {
+        parameters = db_->storedQueryParameters(query);
+    } catch (const std::exception&) {
+        // The load that follows reports what is wrong with the query.
+    }
+    ParameterValues values;
+    for (const QueryParameter& p : parameters) {
+        const QString name = QString::fromStdString(p.name);
+        const QString value =
+            Dialogs::inputText(this, QStringLiteral("Enter Parameter Value"), name);
+        if (value.isEmpty()) return false;  // cancelled: nothing is loaded
+        values.emplace_back(p.name, value.toStdString());
+    }
+    db_->setParameterValues(std::move(values));
     return true;
 }
 

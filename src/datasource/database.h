@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace rq {
@@ -41,12 +42,25 @@ struct CatalogEntry {
     bool operator==(const CatalogEntry&) const = default;
 };
 
+// A value a stored query asks for when it runs ("[Beginning Date]"), with the
+// field type code it is declared with (kText when it is not declared).
+struct QueryParameter {
+    std::string name;
+    int type = kText;
+    bool operator==(const QueryParameter&) const = default;
+};
+
+// Values for the parameters of stored queries: name (as declared, matched
+// without regard to case) and the value as the user typed it.
+using ParameterValues = std::vector<std::pair<std::string, std::string>>;
+
 // Error codes the callers treat specially.
 enum DatabaseErrorCode : int {
     kErrGeneric = 0,
     kErrPasswordRequired = 3031,  // wrong or missing database password
     kErrUnrecognisedFormat = 3343,
-    kErrNotBuilt = 1,  // a kind whose reader does not exist
+    kErrParameterMissing = 3061,  // a stored query's parameter has no value
+    kErrNotBuilt = 1,             // a kind whose reader does not exist
 };
 
 class DatabaseError : public std::runtime_error {
@@ -99,7 +113,23 @@ class Database {
     virtual void query(const std::string& statement, RecordSink& sink);
 
     // The SQL text of a stored query, empty when the database has none by that name.
+    // With the parameters replaced by the values given with
+    // setParameterValues(); throws DatabaseError(kErrParameterMissing) when one
+    // has none.
     virtual std::string storedQuerySql(const std::string& /*name*/) { return {}; }
+
+    // The parameters a stored query asks for, its own and those of the stored
+    // queries it uses, each once, in the order they are met.
+    virtual std::vector<QueryParameter> storedQueryParameters(const std::string& /*name*/) {
+        return {};
+    }
+
+    // Values for stored query parameters, used by every later read and statement.
+    void setParameterValues(ParameterValues values) { parameterValues_ = std::move(values); }
+    const ParameterValues& parameterValues() const { return parameterValues_; }
+
+  private:
+    ParameterValues parameterValues_;
 };
 
 // The table-list filter: names whose first four characters upper-cased are

@@ -1,5 +1,6 @@
 // A database read through child processes: each call opens the database
 // afresh in a child, does its work there and sends the results back.
+#include <cstdlib>
 #include <utility>
 
 #include "datasource/isolatedread.h"
@@ -69,6 +70,25 @@ class IsolatedDatabase : public Database {
         return sink.text;
     }
 
+    std::vector<QueryParameter> storedQueryParameters(const std::string& name) override {
+        struct ParameterSink : RecordSink {
+            std::vector<QueryParameter> parameters;
+            void begin(const std::vector<Field>&) override {}
+            void row(const std::string_view* c, std::size_t n) override {
+                if (n == 2)
+                    parameters.push_back({std::string(c[0]), std::atoi(std::string(c[1]).c_str())});
+            }
+        } sink;
+        run(sink, [&name](Database& db, RecordSink& out) {
+            for (const QueryParameter& p : db.storedQueryParameters(name)) {
+                const std::string type = std::to_string(p.type);
+                const std::string_view cells[2] = {p.name, type};
+                out.row(cells, 2);
+            }
+        });
+        return sink.parameters;
+    }
+
   private:
     template <typename Work>
     void run(RecordSink& sink, Work work) {
@@ -83,6 +103,7 @@ class IsolatedDatabase : public Database {
                         if (!isolatedReads()) delete db;
                     }
                 } opened{open_().release()};
+                opened.db->setParameterValues(parameterValues());
                 work(*opened.db, out);
             },
             sink, filter_);

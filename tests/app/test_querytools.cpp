@@ -402,6 +402,37 @@ class QueryToolsTest : public QObject {
         QCOMPARE(possible.removeDuplicates(), 0);
     }
 
+    // A stored query with parameters asks for each value in turn before it
+    // loads; cancelling a question loads nothing and keeps the sheet.
+    void storedQueryAsksForItsParameters() {
+        Frmdata w(false);
+        w.show();
+        openNwind(w);
+        QListWidget* list = w.tableList();
+        const int row = items(list).indexOf(QStringLiteral("Employee Sales by Country"));
+        QVERIFY(row >= 0);
+        const DataSheet before = w.state().sheet;
+        Dialogs::setNextInput(QStringLiteral("1996-07-01"));
+        Dialogs::setNextInput(QString());
+        rq::testing::doubleClickRow(list, row);
+        QVERIFY(sameSheet(w.state().sheet, before));
+        QCOMPARE(messageCount(), 0);
+
+        Dialogs::clear();
+        Dialogs::setNextInput(QStringLiteral("1996-07-01"));
+        Dialogs::setNextInput(QStringLiteral("1996-12-31"));
+        rq::testing::doubleClickRow(list, row);
+        QStringList asked;
+        for (const auto& d : Dialogs::shown())
+            if (d.kind == QLatin1String("input")) asked << d.text;
+        QCOMPARE(asked, QStringList({"[Beginning Date]", "[Ending Date]"}));
+        const Expected e = engineResult(
+            *engineDb_,
+            "Select Count(*) From Orders Where ShippedDate Between #1996-07-01# And #1996-12-31#");
+        QCOMPARE(QString::number(w.state().sheet.rows() - 1),
+                 QString::fromStdString(e.sheet.cellText(1, 0)));
+    }
+
     // A value with an embedded quote goes in as typed; the statement fails, the
     // source's message is shown once and the sheet is kept.
     void wizardFailureKeepsTheSheet() {

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <set>
 
 #include "datasource/access/jetformat.h"
 #include "datasource/access/mdbmessages.h"
@@ -24,6 +25,7 @@
 #include "datasource/codepage.h"
 #include "datasource/isolatedread.h"
 #include "datasource/readers.h"
+#include "datasource/sql/translate.h"
 #include "datasource/sqlengine.h"
 #include "datasource/valuetext.h"
 
@@ -172,10 +174,41 @@ class AccessDatabase : public Database {
         loadQueryRows();
         auto it = queryRows_.find(q->id);
         if (it == queryRows_.end()) return {};
-        return jet::rebuildQuerySql(it->second, q->flags);
+        return jet::bindParameters(jet::rebuildQuerySql(it->second, q->flags),
+                                   jet::declaredParameters(it->second), parameterValues(), q->name);
+    }
+
+    std::vector<QueryParameter> storedQueryParameters(const std::string& name) override {
+        std::vector<QueryParameter> out;
+        std::set<std::string> seen;
+        collectParameters(name, out, seen, 0);
+        return out;
     }
 
   private:
+    // The parameters of a stored query and of the stored queries it names.
+    void collectParameters(const std::string& name, std::vector<QueryParameter>& out,
+                           std::set<std::string>& seen, int depth) {
+        const QueryEntry* q = findQuery(name);
+        if (!q || depth > 32 || !seen.insert(lowerAscii(q->name)).second) return;
+        loadQueryRows();
+        auto it = queryRows_.find(q->id);
+        if (it == queryRows_.end()) return;
+        for (const QueryParameter& p : jet::declaredParameters(it->second)) {
+            auto same = [&p](const QueryParameter& o) {
+                return lowerAscii(o.name) == lowerAscii(p.name);
+            };
+            if (std::none_of(out.begin(), out.end(), same)) out.push_back(p);
+        }
+        sql::Translation t;
+        try {
+            t = sql::translateStatement(jet::rebuildQuerySql(it->second, q->flags));
+        } catch (const DatabaseError&) {
+            return;
+        }
+        for (const std::string& used : t.names) collectParameters(used, out, seen, depth + 1);
+    }
+
     MdbCatalogEntry* findTable(const std::string& name) const {
         for (auto* e : tables_)
             if (name == e->object_name) return e;

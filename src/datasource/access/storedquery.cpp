@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
+
+#include "datasource/sql/translate.h"
 
 namespace rq::jet {
 
@@ -9,6 +12,7 @@ namespace {
 
 enum Attribute {
     kType = 1,
+    kParameter = 2,
     kFlags = 3,
     kTable = 5,
     kColumn = 6,
@@ -258,6 +262,156 @@ std::string rebuildQuerySql(const std::vector<QueryRow>& rows, int objectFlags) 
             break;
     }
     return {};
+}
+
+std::vector<QueryParameter> declaredParameters(const std::vector<QueryRow>& rows) {
+    std::vector<QueryParameter> out;
+    for (const auto& r : rows)
+        if (r.attribute == kParameter && !r.name1.empty())
+            out.push_back({r.name1, r.hasFlag ? r.flag : static_cast<int>(kText)});
+    return out;
+}
+
+namespace {
+
+bool sameText(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && lower(std::string(a)) == lower(std::string(b));
+}
+
+bool isWordChar(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+
+std::string parameterLiteral(const QueryParameter& p, const std::string& value,
+                             const std::string& queryName) {
+    auto refuse = [&](const char* what) {
+        return DatabaseError("The value '" + value + "' given for the parameter [" + p.name +
+                             "] of the stored query '" + queryName + "' is not " + what + ".");
+    };
+    switch (p.type) {
+        case kBoolean: {
+            const std::string v = lower(value);
+            if (v == "true" || v == "yes" || v == "-1" || v == "1") return "True";
+            if (v == "false" || v == "no" || v == "0") return "False";
+            throw refuse("true or false");
+        }
+        case kByte:
+        case kInteger:
+        case kLong:
+        case kBigInt: {
+            std::size_t i = (!value.empty() && (value[0] == '-' || value[0] == '+')) ? 1 : 0;
+            if (i == value.size()) throw refuse("a whole number");
+            for (std::size_t j = i; j < value.size(); ++j)
+                if (!std::isdigit(static_cast<unsigned char>(value[j])))
+                    throw refuse("a whole number");
+            return value;
+        }
+        case kCurrency:
+        case kSingle:
+        case kDouble:
+        case kDecimal: {
+            char* end = nullptr;
+            std::strtod(value.c_str(), &end);
+            if (value.empty() || end != value.c_str() + value.size() ||
+                value.find_first_of("xXnN") != std::string::npos)
+                throw refuse("a number");
+            return value;
+        }
+        case kDateTime:
+            if (sql::dateLiteral(value).empty()) throw refuse("a date");
+            return "#" + value + "#";
+        default: {
+            std::string quoted = "'";
+            for (char c : value) {
+                quoted += c;
+                if (c == '\'') quoted += '\'';
+            }
+            return quoted + "'";
+        }
+    }
+}
+
+}  // namespace
+
+std::string bindParameters(const std::string& sql, const std::vector<QueryParameter>& declared,
+                           const ParameterValues& values, const std::string& queryName) {
+    if (declared.empty()) return sql;
+    // Each parameter as it may be written: bracketed, and as declared.
+    struct Reference {
+        std::string text;
+        bool bare;  // a plain word: must not continue a longer word
+        std::size_t parameter;
+    };
+    std::vector<Reference> refs;
+    for (std::size_t i = 0; i < declared.size(); ++i) {
+        const std::string& n = declared[i].name;
+        if (n.front() != '[') refs.push_back({"[" + n + "]", false, i});
+        bool word = true;
+        for (char c : n) word = word && isWordChar(c);
+        if (word || n.front() == '[') refs.push_back({n, word, i});
+    }
+    std::stable_sort(refs.begin(), refs.end(), [](const Reference& a, const Reference& b) {
+        return a.text.size() > b.text.size();
+    });
+    std::vector<std::string> literals(declared.size());
+    auto literalFor = [&](std::size_t i) -> const std::string& {
+        if (literals[i].empty()) {
+            const QueryParameter& p = declared[i];
+            auto v = std::find_if(values.begin(), values.end(),
+                                  [&](const auto& kv) { return sameText(kv.first, p.name); });
+            if (v == values.end())
+                throw DatabaseError("The stored query '" + queryName +
+                                        "' needs a value for the parameter [" + p.name + "].",
+                                    kErrParameterMissing);
+            literals[i] = parameterLiteral(p, v->second, queryName);
+        }
+        return literals[i];
+    };
+    std::string out;
+    out.reserve(sql.size());
+    char quote = 0;
+    for (std::size_t i = 0; i < sql.size();) {
+        const char c = sql[i];
+        if (quote) {
+            out += c;
+            if (c == quote) quote = 0;
+            ++i;
+            continue;
+        }
+        if (c == '\'' || c == '"') {
+            quote = c;
+            out += c;
+            ++i;
+            continue;
+        }
+        const Reference* hit = nullptr;
+        for (const Reference& r : refs) {
+            if (sql.size() - i < r.text.size() ||
+                !sameText(std::string_view(sql).substr(i, r.text.size()), r.text))
+                continue;
+            if (r.bare && ((i > 0 && isWordChar(sql[i - 1])) ||
+                           (i + r.text.size() < sql.size() && isWordChar(sql[i + r.text.size()]))))
+                continue;
+            hit = &r;
+            break;
+        }
+        if (hit) {
+            out += literalFor(hit->parameter);
+            i += hit->text.size();
+        } else if (c == '[') {
+            // Another bracketed name is copied whole, so that a parameter's
+            // name inside it is not taken for the parameter.
+            const std::size_t close = sql.find(']', i);
+            const std::size_t stop = close == std::string::npos ? sql.size() : close + 1;
+            out.append(sql, i, stop - i);
+            i = stop;
+        } else {
+            out += c;
+            ++i;
+        }
+    }
+    return out;
 }
 
 }  // namespace rq::jet

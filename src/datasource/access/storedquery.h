@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "datasource/database.h"
+
 namespace rq::jet {
 
 struct QueryRow {
@@ -23,5 +25,17 @@ QueryKind queryKindFromObjectFlags(int objectFlags);
 // CrossTab queries come back as TRANSFORM ... PIVOT text, action queries as
 // an empty string.
 std::string rebuildQuerySql(const std::vector<QueryRow>& rows, int objectFlags);
+
+// The parameters a stored query declares (its PARAMETERS clause), in stored order.
+std::vector<QueryParameter> declaredParameters(const std::vector<QueryRow>& rows);
+
+// The statement with every reference to a declared parameter outside quoted
+// text ("[Beginning Date]", or the name as written when it is bracketed
+// already) replaced by its value as a literal of the declared type: text
+// quoted, dates as #...#, numbers and booleans checked. Throws DatabaseError
+// (kErrParameterMissing) for a parameter without a value and for a value that
+// is not of the parameter's type.
+std::string bindParameters(const std::string& sql, const std::vector<QueryParameter>& declared,
+                           const ParameterValues& values, const std::string& queryName);
 
 }  // namespace rq::jet
