@@ -71,6 +71,20 @@ void fill(Frmdata& w) {
     w.sheetModel()->reload();
 }
 
+// The controls of a dialog a screen reader could not name.
+QStringList unnamedControls(QDialog& d) {
+    QStringList out;
+    for (QWidget* w : d.findChildren<QWidget*>()) {
+        const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QLineEdit*>(w) ||
+                             qobject_cast<QListWidget*>(w) || qobject_cast<QComboBox*>(w) ||
+                             qobject_cast<QProgressBar*>(w);
+        if (control && w->parent() != nullptr && !qobject_cast<QComboBox*>(w->parent()) &&
+            (w->accessibleName().isEmpty() || w->objectName().isEmpty()))
+            out << w->metaObject()->className() + QStringLiteral(" ") + w->objectName();
+    }
+    return out;
+}
+
 const ShownDialog* lastShown(const char* kind) {
     const auto& shown = Dialogs::shown();
     for (auto it = shown.rbegin(); it != shown.rend(); ++it)
@@ -91,6 +105,7 @@ class TableDialogsTest : public QObject {
         Dialogs::setNextDialogAction([&](QDialog& d) {
             d.show();
             QCOMPARE(d.windowTitle(), QString("Define Table"));
+            QCOMPARE(unnamedControls(d), QStringList());
             auto* rows = child<QLineEdit>(d, "updwntxt");
             auto* cols = child<QLineEdit>(d, "Text1");
             QVERIFY(!child<QPushButton>(d, "cmdback")->isEnabled());
@@ -237,6 +252,7 @@ class TableDialogsTest : public QObject {
         Dialogs::setNextDialogAction([&](QDialog& d) {
             d.show();
             QCOMPARE(d.windowTitle(), QString("Insert Column "));
+            QCOMPARE(unnamedControls(d), QStringList());
             auto* name = child<QLineEdit>(d, "Text1");
             QTest::keyClicks(name, "Order Code.");
             QCOMPARE(name->text(), QString("Order_Code"));
@@ -252,6 +268,7 @@ class TableDialogsTest : public QObject {
             Dialogs::setNextDialogAction([&](QDialog& p) {
                 p.show();
                 QCOMPARE(p.windowTitle(), QString("Row (Record) Properties:"));
+                QCOMPARE(unnamedControls(p), QStringList());
                 QVERIFY(child<QRadioButton>(p, "Option1")->isChecked());
                 QVERIFY(!child<QComboBox>(p, "Combo1")->isEnabled());
                 QTest::keyClicks(child<QLineEdit>(p, "Text1"), "ID-");
