@@ -47,16 +47,6 @@ TEST(ColumnNameList, RebuiltOnlyWhenTheColumnCountChanges) {
     EXPECT_EQ(list.selected(), -1);
 }
 
-TEST(ColumnNameList, SubmitMovesOnUntilTheLastItem) {
-    ColumnNameList list;
-    list.prepareFor(3);
-    EXPECT_FALSE(list.submit("lost"));  // nothing selected
-    list.select(0);
-    for (const char* name : {"ID", "Name", "Price", "Total"}) EXPECT_TRUE(list.submit(name));
-    EXPECT_EQ(list.items(), Names({"ID", "Name", "Total"}));
-    EXPECT_EQ(list.selected(), 2);  // the last item stays selected
-}
-
 TEST(OrderedList, MovesCarryTheSelectionAndRespectTheEnds) {
     ColumnNameList list;
     list.prepareFor(3);
