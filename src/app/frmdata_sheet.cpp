@@ -1,6 +1,6 @@
 // The main window's sheet commands: the Edit menu and the sheet toolbar, the
 // cell editor and its pop-up menu, Undo and Redo of sheet edits, and the
-// text export.
+// text export; the Define Table wizard and the Insert Column dialog.
 #include <QAction>
 #include <QKeySequence>
 #include <QMenu>
@@ -9,13 +9,40 @@
 #include <QUndoStack>
 #include <functional>
 
+#include "app/definetabledialog.h"
+#include "app/dialogs.h"
 #include "app/frmdata.h"
+#include "app/insertcolumndialog.h"
 #include "app/sheetcommands.h"
 #include "app/sheeteditor.h"
 #include "app/textexport.h"
 #include "sheet/sheetedit.h"
 
 namespace rq::ui {
+
+namespace {
+
+// "&New Table": the Define Table wizard, modal; Finish makes the new table.
+void defineNewTable(SheetCommands* commands, QWidget* window) {
+    DefineTableDialog wizard(window);
+    if (Dialogs::exec(wizard) != QDialog::Accepted) return;
+    commands->defineTable(wizard.definition(), wizard.columnWidths());
+}
+
+// "Insert Column..." (add) and "Modify Column Name" (rename the column at
+// the selection's ColSel end): the Insert Column dialog, modal.
+void openColumnDialog(SheetCommands* commands, const DataSheet& sheet, ColumnMode mode,
+                      QWidget* window) {
+    InsertColumnDialog dialog(
+        sheet, mode, sheet.colSel(),
+        [commands](const ColumnEdit& edit, const FillProgress& progress) {
+            commands->applyColumnEdit(edit, progress);
+        },
+        window);
+    Dialogs::exec(dialog);
+}
+
+}  // namespace
 
 void Frmdata::connectSheetCommands() {
     sheetEditor_ = new SheetEditor(state_.sheet, sheetModel_, grid_);
@@ -41,6 +68,9 @@ void Frmdata::connectSheetCommands() {
         {"mnuup", [s] { s->moveRow(-1); }},
         {"mnudown", [s] { s->moveRow(+1); }},
         {"mnuexporttxt", [this] { textExport_->chooseFile(); }},
+        {"mnunewtabledef", [this, s] { defineNewTable(s, this); }},
+        {"mnuColumn", [this, s] { openColumnDialog(s, state_.sheet, ColumnMode::Add, this); }},
+        {"mnucolmname", [this, s] { openColumnDialog(s, state_.sheet, ColumnMode::Rename, this); }},
     };
     for (const auto& c : commands)
         connect(action(QString::fromUtf8(c.name)), &QAction::triggered, this, c.run);

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QTableView>
 #include <QUndoStack>
@@ -244,6 +245,68 @@ void SheetCommands::renameColumn(int col, const QString& name) {
     push(
         QStringLiteral("Modify Column Name"), [write, after] { write(after); },
         [write, before] { write(before); });
+}
+
+std::vector<int> SheetCommands::columnWidths() const {
+    std::vector<int> widths;
+    for (int c = 0; c < state_.sheet.cols(); ++c)
+        widths.push_back(grid_->horizontalHeader()->sectionSize(c));
+    return widths;
+}
+
+void SheetCommands::setColumnWidths(const std::vector<int>& widths) {
+    QHeaderView* header = grid_->horizontalHeader();
+    for (std::size_t c = 0; c < widths.size() && static_cast<int>(c) < header->count(); ++c)
+        header->resizeSection(static_cast<int>(c), widths[c]);
+}
+
+void SheetCommands::defineTable(const TableDefinition& table, const std::vector<int>& widths) {
+    editor_->hideEditor();
+    BusyCursor busy;
+    struct Kept {
+        DataSheet sheet;
+        std::vector<int> widths;
+    };
+    auto other = std::make_shared<Kept>();
+    try {
+        rq::defineTable(other->sheet, table);
+    } catch (const std::exception&) {
+        return;  // more cells than memory holds
+    }
+    other->widths = widths;
+    // Each step exchanges the sheet and widths shown with the ones kept.
+    auto exchange = [this, other] {
+        std::vector<int> shown = columnWidths();
+        std::swap(state_.sheet, other->sheet);
+        structureChanged();
+        setColumnWidths(other->widths);
+        other->widths = std::move(shown);
+    };
+    exchange();
+    push(QStringLiteral("New Table"), exchange, exchange);
+}
+
+void SheetCommands::applyColumnEdit(const ColumnEdit& edit, const FillProgress& progress) {
+    if (edit.name.empty()) return;
+    editor_->hideEditor();
+    BusyCursor busy;
+    auto undo = std::make_shared<ColumnEditUndo>(rq::applyColumnEdit(state_.sheet, edit, progress));
+    const auto changed = [this] {
+        state_.sheetchanged = true;
+        structureChanged();
+    };
+    changed();
+    push(
+        edit.mode == ColumnMode::Add ? QStringLiteral("Insert Column")
+                                     : QStringLiteral("Modify Column Name"),
+        [this, undo, edit, changed] {
+            *undo = rq::applyColumnEdit(state_.sheet, edit);
+            changed();
+        },
+        [this, undo, changed] {
+            undoColumnEdit(state_.sheet, *undo);
+            changed();
+        });
 }
 
 void SheetCommands::sort(int order) {

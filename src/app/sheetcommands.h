@@ -6,6 +6,8 @@
 #include <QObject>
 
 #include "app/appstate.h"
+#include "tabledef/columnrecipe.h"
+#include "tabledef/tabledefinition.h"
 
 class QTableView;
 class QUndoStack;
@@ -38,6 +40,15 @@ class SheetCommands : public QObject {
     // Renames header cell (0, col) as one undoable edit.
     void renameColumn(int col, const QString& name);
 
+    // Define Table's Finish (frmtablename): the sheet becomes the new table and
+    // its columns take the given pixel widths; undo puts the previous sheet and
+    // widths back. A table too large to be made leaves the sheet as it is.
+    void defineTable(const TableDefinition& table, const std::vector<int>& widths);
+    // The OK of the Insert Column dialog (frmclmn) in either mode; sets
+    // sheetchanged. Undo takes an added column away, or puts back the old
+    // name and the cells the recipe filled.
+    void applyColumnEdit(const ColumnEdit& edit, const FillProgress& progress = {});
+
     // The whole sheet was replaced (a load, New): earlier edits cannot be undone.
     void contentsReplaced();
 
@@ -49,6 +60,8 @@ class SheetCommands : public QObject {
     void recordCellEdit(int row, int col, const QString& before, const QString& after);
     void setClipUndoable(const QString& text, const QString& label);
     void structureChanged();
+    std::vector<int> columnWidths() const;
+    void setColumnWidths(const std::vector<int>& widths);
     void push(const QString& text, std::function<void()> redo, std::function<void()> undo);
 
     AppState& state_;

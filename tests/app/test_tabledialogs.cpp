@@ -1,0 +1,345 @@
+// The Define Table wizard and the Insert Column dialog as a user drives them:
+// typing, the arrow buttons, the name list, the recipe with the Row (Record)
+// Properties dialog; the sheet afterwards and Undo of each edit.
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableView>
+#include <QToolButton>
+#include <QUndoStack>
+#include <QtTest>
+
+#include "app/dialogs.h"
+#include "app/frmdata.h"
+#include "app/sheetcommands.h"
+#include "app/sheetmodel.h"
+#include "widgethelpers.h"
+
+using namespace rq;
+using namespace rq::ui;
+using rq::testing::items;
+using rq::testing::sheetRow;
+
+namespace {
+
+template <typename T>
+T* child(QDialog& d, const char* name) {
+    T* w = d.findChild<T*>(QString::fromUtf8(name));
+    if (!w) qWarning("no child %s", name);
+    return w;
+}
+
+void click(QDialog& d, const char* name) {
+    QAbstractButton* b = child<QAbstractButton>(d, name);
+    QVERIFY2(b && b->isEnabled(), name);
+    QTest::mouseClick(b, Qt::LeftButton);
+}
+
+void clickRow(QListWidget* list, int row) {
+    QCoreApplication::processEvents();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualItemRect(list->item(row)).center());
+}
+
+void retype(QLineEdit* box, const QString& text) {
+    box->setFocus();
+    box->selectAll();
+    QTest::keyClick(box, Qt::Key_Backspace);
+    QTest::keyClicks(box, text);
+}
+
+QStringList column(const DataSheet& s, int c) {
+    QStringList out;
+    for (int r = 1; r < s.rows(); ++r) out << QString::fromStdString(s.cellText(r, c));
+    return out;
+}
+
+// Three records of ID and Name.
+void fill(Frmdata& w) {
+    DataSheet s(4, 2);
+    const char* cells[4][2] = {{"ID", "Name"}, {"1", "Ann"}, {"2", "Bob"}, {"3", "Cy"}};
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 2; ++c) s.setCell(r, c, cells[r][c]);
+    w.state().sheet = s;
+    w.sheetModel()->reload();
+}
+
+// The controls of a dialog a screen reader could not name.
+QStringList unnamedControls(QDialog& d) {
+    QStringList out;
+    for (QWidget* w : d.findChildren<QWidget*>()) {
+        const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QLineEdit*>(w) ||
+                             qobject_cast<QListWidget*>(w) || qobject_cast<QComboBox*>(w) ||
+                             qobject_cast<QProgressBar*>(w);
+        if (control && w->parent() != nullptr && !qobject_cast<QComboBox*>(w->parent()) &&
+            (w->accessibleName().isEmpty() || w->objectName().isEmpty()))
+            out << w->metaObject()->className() + QStringLiteral(" ") + w->objectName();
+    }
+    return out;
+}
+
+const ShownDialog* lastShown(const char* kind) {
+    const auto& shown = Dialogs::shown();
+    for (auto it = shown.rbegin(); it != shown.rend(); ++it)
+        if (it->kind == QLatin1String(kind)) return &*it;
+    return nullptr;
+}
+
+}  // namespace
+
+class TableDialogsTest : public QObject {
+    Q_OBJECT
+  private slots:
+    void initTestCase() { Dialogs::setTestMode(true); }
+    void init() { Dialogs::clear(); }
+
+    void numberFieldsTakeDigitsAndTheArrowsStep() {
+        Frmdata w(false);
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            d.show();
+            QCOMPARE(d.windowTitle(), QString("Define Table"));
+            QCOMPARE(unnamedControls(d), QStringList());
+            auto* rows = child<QLineEdit>(d, "updwntxt");
+            auto* cols = child<QLineEdit>(d, "Text1");
+            QVERIFY(!child<QPushButton>(d, "cmdback")->isEnabled());
+            QVERIFY(!child<QPushButton>(d, "cmdok")->isEnabled());
+
+            click(d, "cmdnext");
+            QCOMPARE(lastShown("message")->title, QString("Row Number"));
+            QCOMPARE(lastShown("message")->text,
+                     QString("Please enter a value for the Row number."));
+            QCOMPARE(lastShown("message")->icon, QMessageBox::Warning);
+
+            rows->setFocus();
+            QTest::keyClicks(rows, "1a-2");
+            QCOMPARE(rows->text(), QString("12"));
+            QTest::keyClick(rows, Qt::Key_Backspace);
+            QCOMPARE(rows->text(), QString("1"));
+            // Pasted text loses what is not a digit.
+            QApplication::clipboard()->setText("3x4");
+            QTest::keyClick(rows, Qt::Key_V, Qt::ControlModifier);
+            QCOMPARE(rows->text(), QString("134"));
+            // Enter moves on and types nothing.
+            QTest::keyClick(rows, Qt::Key_Return);
+            QVERIFY(d.isVisible());
+            QVERIFY(d.focusWidget() != rows);
+
+            click(d, "cmdnext");
+            QCOMPARE(lastShown("message")->title, QString("Column  Number"));
+            QCOMPARE(lastShown("message")->text,
+                     QString("Please enter a value for the Column  number."));
+            QVERIFY(child<QGroupBox>(d, "fraTableProperties")->isVisible());
+
+            // Down on an empty field ends at 1, and stays there.
+            for (const char* button : {"Command1", "Command1", "Command2", "cmddownk"})
+                click(d, button);
+            QCOMPARE(cols->text(), QString("2"));
+            QCOMPARE(rows->text(), QString("133"));
+            child<QPushButton>(d, "cmdcancel")->click();
+        });
+        const DataSheet before = w.state().sheet;
+        w.action("mnunewtabledef")->trigger();
+        QCOMPARE(sheetRow(w.state().sheet, 0), sheetRow(before, 0));
+        QCOMPARE(w.state().sheet.rows(), before.rows());
+    }
+
+    void namesAreEditedKeptAndRebuiltThenFinishMakesTheTable() {
+        Frmdata w(false);
+        w.show();
+        fill(w);
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            d.show();
+            QTest::keyClicks(child<QLineEdit>(d, "updwntxt"), "5");
+            QTest::keyClicks(child<QLineEdit>(d, "Text1"), "3");
+            click(d, "cmdnext");
+            auto* list = child<QListWidget>(d, "lstItems");
+            auto* name = child<QLineEdit>(d, "Text2");
+            auto* submit = child<QToolButton>(d, "cmdAdd");
+            QVERIFY(child<QGroupBox>(d, "fraFieldNames")->isVisible());
+            QVERIFY(!child<QGroupBox>(d, "fraTableProperties")->isVisible());
+            QVERIFY(!child<QPushButton>(d, "cmdnext")->isEnabled());
+            QVERIFY(child<QPushButton>(d, "cmdok")->isEnabled());
+            QCOMPARE(items(list), QStringList({"Element 1", "Element 2", "Element 3"}));
+
+            // Click the second name, type over it, Enter: the next name is loaded.
+            clickRow(list, 1);
+            QCOMPARE(name->text(), QString("Element 2"));
+            QVERIFY(!submit->isEnabled());
+            QVERIFY(child<QToolButton>(d, "cmdUp")->isEnabled());
+            retype(name, "Price");
+            QVERIFY(submit->isEnabled());
+            QTest::keyClick(name, Qt::Key_Return);
+            QCOMPARE(items(list), QStringList({"Element 1", "Price", "Element 3"}));
+            QCOMPARE(list->currentRow(), 2);
+            QCOMPARE(name->text(), QString("Element 3"));
+            QVERIFY(!child<QToolButton>(d, "cmdDown")->isEnabled());
+            // Submit on the last item keeps it selected.
+            retype(name, "Total");
+            click(d, "cmdAdd");
+            QCOMPARE(list->currentRow(), 2);
+            QCOMPARE(list->item(2)->text(), QString("Total"));
+
+            // Back and Next with the same count keep the names ...
+            click(d, "cmdback");
+            QVERIFY(child<QPushButton>(d, "cmdnext")->isEnabled());
+            QVERIFY(!child<QPushButton>(d, "cmdok")->isEnabled());
+            click(d, "cmdnext");
+            QCOMPARE(items(list), QStringList({"Element 1", "Price", "Total"}));
+            // ... and the moves carry the selection.
+            clickRow(list, 0);
+            click(d, "cmdDown");
+            QCOMPARE(items(list), QStringList({"Price", "Element 1", "Total"}));
+            QCOMPARE(list->currentRow(), 1);
+            click(d, "cmdok");
+        });
+        w.action("mnunewtabledef")->trigger();
+        const DataSheet& s = w.state().sheet;
+        QCOMPARE(s.rows(), 5);
+        QCOMPARE(sheetRow(s, 0), QStringList({"Price", "Element 1", "Total"}));
+        QCOMPARE(column(s, 0), QStringList({"", "", "", ""}));
+        // Widths as the window fits a header: the name's width plus 320 twips.
+        QCOMPARE(w.grid()->columnWidth(2), w.columnWidthFor("Total"));
+
+        w.sheetCommands()->undoStack()->undo();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
+        QCOMPARE(column(w.state().sheet, 1), QStringList({"Ann", "Bob", "Cy"}));
+    }
+
+    void insertColumnFillsFromTheRecipeAndUndoes() {
+        Frmdata w(false);
+        w.show();
+        fill(w);
+        w.state().sheetchanged = false;
+        QStringList recipeShown;
+        int progress = -1;
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            d.show();
+            QCOMPARE(d.windowTitle(), QString("Insert Column "));
+            QCOMPARE(unnamedControls(d), QStringList());
+            auto* name = child<QLineEdit>(d, "Text1");
+            QTest::keyClicks(name, "Order Code.");
+            QCOMPARE(name->text(), QString("Order_Code"));
+            auto* advanced = child<QPushButton>(d, "cmdadvc");
+            QCOMPARE(advanced->text(), QString("Advanced  >>"));
+            QVERIFY(!child<QGroupBox>(d, "fraRecordData")->isVisible());
+            const int collapsed = d.height();
+            click(d, "cmdadvc");
+            QCOMPARE(advanced->text(), QString("Advanced  <<"));
+            QVERIFY(child<QGroupBox>(d, "fraRecordData")->isVisible());
+            QVERIFY(d.height() > collapsed);
+
+            Dialogs::setNextDialogAction([&](QDialog& p) {
+                p.show();
+                QCOMPARE(p.windowTitle(), QString("Row (Record) Properties:"));
+                QCOMPARE(unnamedControls(p), QStringList());
+                QVERIFY(child<QRadioButton>(p, "Option1")->isChecked());
+                QVERIFY(!child<QComboBox>(p, "Combo1")->isEnabled());
+                QTest::keyClicks(child<QLineEdit>(p, "Text1"), "ID-");
+                click(p, "OKButton");
+            });
+            click(d, "cmdAdd");
+            Dialogs::setNextDialogAction([&](QDialog& p) {
+                p.show();
+                auto* fields = child<QComboBox>(p, "Combo1");
+                QCOMPARE(fields->count(), 2);
+                click(p, "Option2");
+                QVERIFY(!child<QLineEdit>(p, "Text1")->isEnabled());
+                fields->setFocus();
+                QTest::keyClick(fields, Qt::Key_Down);
+                QCOMPARE(fields->currentText(), QString("Name"));
+                click(p, "OKButton");
+            });
+            click(d, "cmdAdd");
+            auto* list = child<QListWidget>(d, "lstItems");
+            QCOMPARE(items(list), QStringList({"ID-", "\"Name\""}));
+
+            // Remove String asks first; No keeps the part.
+            QVERIFY(!child<QPushButton>(d, "cmdDelete")->isEnabled());
+            clickRow(list, 1);
+            QVERIFY(child<QPushButton>(d, "cmdUp")->isEnabled());
+            QVERIFY(!child<QPushButton>(d, "cmdDown")->isEnabled());
+            Dialogs::setNextAnswer(QMessageBox::No);
+            click(d, "cmdDelete");
+            const ShownDialog* q = lastShown("question");
+            QCOMPARE(q->text, QString("Delete '\"Name\"'?"));
+            QCOMPARE(q->title, QString("Nubro Rowquill"));
+            recipeShown = items(list);
+            click(d, "OKButton");
+            progress = child<QProgressBar>(d, "ProgressBar1")->value();
+        });
+        QCoreApplication::processEvents();
+        w.grid()->setColumnWidth(0, 217);
+        testing::clickTool(w.sheetToolbar(), w.sheetToolAction("insertcol"));
+        QCOMPARE(w.grid()->columnWidth(0), 217);
+        QCOMPARE(recipeShown, QStringList({"ID-", "\"Name\""}));
+        QCOMPARE(progress, 100);
+        const DataSheet& s = w.state().sheet;
+        QCOMPARE(sheetRow(s, 0), QStringList({"ID", "Name", "Order_Code"}));
+        QCOMPARE(column(s, 2), QStringList({"ID-Ann", "ID-Bob", "ID-Cy"}));
+        QVERIFY(w.state().sheetchanged);
+
+        w.sheetCommands()->undoStack()->undo();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
+        w.sheetCommands()->undoStack()->redo();
+        QCOMPARE(column(w.state().sheet, 2), QStringList({"ID-Ann", "ID-Bob", "ID-Cy"}));
+    }
+
+    void clearedNameAsksAndAnEmptyNameChangesNothing() {
+        Frmdata w(false);
+        fill(w);
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            d.show();
+            auto* name = child<QLineEdit>(d, "Text1");
+            QTest::keyClicks(name, "ab");
+            Dialogs::setNextInput("x y");
+            QTest::keyClick(name, Qt::Key_Backspace);
+            QTest::keyClick(name, Qt::Key_Backspace);
+            QCOMPARE(name->text(), QString("x_y"));  // the answer passes the name rule
+            QTest::keyClicks(name, "%");
+            QCOMPARE(name->text(), QString("x_y"));
+            name->selectAll();
+            QTest::keyClick(name, Qt::Key_Delete);  // unanswered: the box stays empty
+            QCOMPARE(name->text(), QString());
+            const ShownDialog* input = lastShown("input");
+            QCOMPARE(input->title, QString("Column Name"));
+            QCOMPARE(input->text, QString("Please enter the Column Name"));
+            click(d, "OKButton");
+        });
+        w.action("mnuColumn")->trigger();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
+        QCOMPARE(w.sheetCommands()->undoStack()->count(), 0);
+    }
+
+    void modifyColumnNameRenamesTheSelectedColumn() {
+        Frmdata w(false);
+        w.show();
+        fill(w);
+        QTableView* grid = w.grid();
+        QCoreApplication::processEvents();
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
+                          grid->visualRect(w.sheetModel()->index(1, 1)).center());
+        w.state().sheetchanged = false;
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            auto* name = child<QLineEdit>(d, "Text1");
+            QCOMPARE(name->text(), QString("Name"));
+            retype(name, "Full Name");
+            click(d, "OKButton");
+        });
+        w.action("mnucolmname")->trigger();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Full_Name"}));
+        QCOMPARE(column(w.state().sheet, 1), QStringList({"Ann", "Bob", "Cy"}));
+        QVERIFY(w.state().sheetchanged);
+        w.sheetCommands()->undoStack()->undo();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
+    }
+};
+
+QTEST_MAIN(TableDialogsTest)
+#include "test_tabledialogs.moc"
