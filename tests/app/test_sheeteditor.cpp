@@ -26,13 +26,9 @@
 using namespace rq;
 using namespace rq::ui;
 using rq::testing::sheetRow;
+using rq::testing::split;
 
 namespace {
-
-// A row's cells written with '|' between them.
-QStringList split(const char* cells) {
-    return QString(cells).split('|');
-}
 
 // Fills the start-up window's sheet with n records of three columns:
 // record r holds "a<r>", "b<r>", "c<r>".
