@@ -15,6 +15,7 @@
 #include "datasource/database.h"
 #include "datasource/readers.h"
 #include "datasource/sheetloader.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 namespace bt = rq::btrieve;
@@ -123,8 +124,6 @@ TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
     EXPECT_EQ(read, 27);
     const auto districts = db->fields("Справочник_районов");
     EXPECT_EQ(districts.at(0).type, kInteger);  // autoincrement of 2 bytes
-    // Without a code page the names read as DOS code page 437.
-    EXPECT_EQ(openDoclife(0)->catalog()[9].name, "æΓáΓ∞¿_αáßσ«ñ«ó");
 }
 
 TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
@@ -135,8 +134,7 @@ TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
     fs::create_directories(dir);
     for (const char* name : {"FILE.DDF", "FIELD.DDF"}) fs::copy(doclife() / name, dir / name);
     // The data file of "Договор" (46 records) without the second half of its pages.
-    std::ifstream in(doclife() / "F17.DAT", std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    const std::string bytes = rq::testing::slurp(doclife() / "F17.DAT");
     std::ofstream(dir / "F17.DAT", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
     OpenOptions o;
     o.codepage = 866;
@@ -160,12 +158,8 @@ TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
     EXPECT_EQ(catalog[4], (CatalogEntry{"X$Form", 0}));
     EXPECT_EQ(catalog[29], (CatalogEntry{"Счета_партнеров", 0}));
     Collect c;
-    try {
-        db->read("X$Form", c);
-        FAIL() << "a table without a data file loaded";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("form.ddf"), std::string::npos) << e.what();
-    }
+    EXPECT_TRUE(
+        rq::testing::contains(rq::testing::errorOf([&] { db->read("X$Form", c); }), "form.ddf"));
     EXPECT_THROW(db->read("No such table", c), DatabaseError);
     // Table names match ignoring letter case, as the engine's names do.
     EXPECT_EQ(joinNames(db->fields("x$file")), "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags");
@@ -307,12 +301,8 @@ TEST_F(BtrieveBuiltDictionary, MissingDataFileOrFieldDictionaryFailsClearly) {
     ASSERT_EQ(db->catalog().size(), 2u);
     EXPECT_EQ(db->catalog()[1].name, "Fehlt");
     Collect c;
-    try {
-        db->read("Fehlt", c);
-        FAIL();
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("missing.dat"), std::string::npos) << e.what();
-    }
+    EXPECT_TRUE(
+        rq::testing::contains(rq::testing::errorOf([&] { db->read("Fehlt", c); }), "missing.dat"));
     fs::remove(dir_ / "Field.DDF");
     EXPECT_THROW(open(), DatabaseError);
 }
