@@ -1,4 +1,6 @@
 // The ODBC source against a real PostgreSQL server through its ODBC driver.
+// Bracketed names and the driver's messages are covered by the CLI tests and
+// the driver-independent text tests.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -134,56 +136,6 @@ TEST(OdbcPostgres, BlocksOfRowsWithLongValuesAmongThem) {
         EXPECT_EQ(sheet.cell(2, 2), "0.5");
         EXPECT_EQ(sheet.cell(2500, 2), "625");
     }
-}
-
-TEST(OdbcPostgres, BracketedNamesRunAsTheDriversQuoting) {
-    PG_DATABASE(cs, "rq_brackets");
-    odbctest::execute(cs, {R"(create table "Order Lines" ("Item Name" varchar(20), "Qty" int))",
-                           R"(insert into "Order Lines" values ('Bolt', 5), ('[Nut]', 7))"});
-    auto source = openOdbcSource(cs);
-    DataSheet sheet;
-    loadTable(*source, "Order Lines", sheet);
-    ASSERT_EQ(sheet.rows(), 3);
-    EXPECT_EQ(sheet.cell(0, 0), "Item Name");
-    EXPECT_EQ(sheet.cell(2, 0), "[Nut]");
-
-    // Brackets inside string literals are data, not identifiers.
-    Collected got;
-    source->query(
-        "Select [Order Lines].[Item Name], '[kept]' as [a b] From [Order Lines] "
-        "Where ([Order Lines].[Item Name] = '[Nut]' Or [Order Lines].[Qty] > 6 )",
-        got);
-    EXPECT_EQ(got.names(), (std::vector<std::string>{"Item Name", "a b"}));
-    ASSERT_EQ(got.rows.size(), 1u);
-    EXPECT_EQ(got.rows[0], (std::vector<std::string>{"[Nut]", "[kept]"}));
-
-    auto fields = source->fields("Order Lines");
-    ASSERT_EQ(fields.size(), 2u);
-    EXPECT_EQ(fields[1].type, kAdoInteger);
-}
-
-TEST(OdbcPostgres, FailuresGiveTheDriversMessage) {
-    PG_DATABASE(cs, "rq_errors");
-    odbctest::execute(cs, {"create table t (a int)"});
-    auto source = openOdbcSource(cs);
-    Collected got;
-    try {
-        source->query("Selec * from t", got);
-        FAIL() << "a bad statement ran";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("syntax error"), std::string::npos) << e.what();
-    }
-    try {
-        source->read("No Such Table", got);
-        FAIL() << "a missing table loaded";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("No Such Table"), std::string::npos) << e.what();
-    }
-
-    // The sheet keeps what it held when a load fails.
-    DataSheet sheet = DataSheet::startup();
-    EXPECT_THROW(loadTable(*source, "No Such Table", sheet), DatabaseError);
-    EXPECT_EQ(sheet.cell(0, 0), "Element 1");
 }
 
 TEST(OdbcPostgres, ServerThatIsDownGivesAClearErrorWithoutHanging) {
