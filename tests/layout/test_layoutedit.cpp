@@ -155,16 +155,9 @@ TEST(LayoutEdit, KindChanges) {
     EXPECT_EQ(name->text, "Name=\"\"");
     EXPECT_EQ(name->kind, kKindDataAttribute);
 
-    // Two child elements become the following siblings, in their order.
-    LayoutTree two;
-    buildSample(two);
-    addNode(two, two.find("4_"), kKindElement, "e1");
-    addNode(two, two.find("4_"), kKindElement, "e2");
-    makeAttribute(two, two.find("4_"));
-    EXPECT_EQ(rootShape(two), "root:2{row:3{@a:7,@ID:4,e1:10,e2:11,Name:5{@b:9,inner:8},Qty:6}}");
-    EXPECT_EQ(two.find("4_")->kind, kKindDataAttribute);
-    EXPECT_EQ(two.find("4_")->text, "ID=\"\"");
-    EXPECT_EQ(two.table().cell(4, 3), "0");  // still bound to its column
+    // Back to a data element (child elements following as siblings, and the
+    // binding kept, are window tests).
+    EXPECT_EQ(makeElement(t, name)->kind, kKindDataElement);
 
     // A plain element keeps its value as the attribute's value.
     LayoutTree v;
@@ -181,7 +174,4 @@ TEST(LayoutEdit, KindChanges) {
     EXPECT_EQ(makeElement(v, v.find("4_")), nullptr);
     EXPECT_EQ(makeAttribute(v, v.find("7_")), nullptr);
     EXPECT_EQ(makeAttribute(v, v.find("2_")), nullptr);
-    LayoutNode* data = makeElement(two, two.find("4_"));
-    EXPECT_EQ(data->kind, kKindDataElement);
-    EXPECT_EQ(rootShape(two), "root:2{row:3{@a:7,ID:4,e1:10,e2:11,Name:5{@b:9,inner:8},Qty:6}}");
 }

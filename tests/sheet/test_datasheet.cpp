@@ -2,6 +2,8 @@
 
 #include "sheet/datasheet.h"
 
+// Copying, pasting and mouse selections are driven by the window tests.
+
 using namespace rq;
 
 namespace {
@@ -66,27 +68,6 @@ TEST(DataSheet, AddItemAndRemoveItem) {
     DataSheet one = numbered(1, 1);
     one.removeItem(1);  // the last record cannot go
     EXPECT_EQ(one.rows(), 2);
-}
-
-TEST(DataSheet, ClipJoinsWithTabAndCarriageReturnAndStopsAtTheSelectionEdge) {
-    DataSheet s = numbered(4, 3);
-    s.setRow(3);
-    s.setCol(2);
-    s.setRowSel(2);  // dragged upwards and leftwards
-    s.setColSel(1);
-    EXPECT_EQ(s.clip(), "2,1\t2,2\r3,1\t3,2");
-    s.setRow(1);
-    s.setCol(0);
-    s.setClip("a\tb\tc\rd\te\tf\rg");
-    EXPECT_EQ(s.cell(1, 0), "a");  // one cell selected: only it changes
-    EXPECT_EQ(s.cell(1, 1), "1,1");
-    EXPECT_EQ(s.cell(2, 0), "2,0");
-    s.setRowSel(2);
-    s.setColSel(1);
-    s.setClip("a\tb\tc\rd\te\tf\rg");
-    EXPECT_EQ(s.cell(2, 1), "e");
-    EXPECT_EQ(s.cell(2, 2), "2,2");
-    EXPECT_EQ(s.cell(3, 0), "3,0");
 }
 
 TEST(DataSheet, SortComparesNumbersAsNumbersAndTextOtherwise) {
