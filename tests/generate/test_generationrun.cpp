@@ -68,61 +68,27 @@ TEST(SavedFiles, EncodingFollowsSymbolConversionAndALineEndIsAdded) {
     EXPECT_EQ(listing(dir / ""), (Names{"u.xml", "w.xml", "xml_temp.xsd"}));
 }
 
-TEST(SeparateFiles, FullBlocksThenOneShorterBlock) {
-    struct Case {
-        int records, n;
-        Names files;
-        Names statuses;
-    };
-    const Case cases[] = {
-        {25,
-         10,
-         {"form_row_1_to_row_10_.xml", "form_row_11_to_row_20_.xml", "form_row_21_to_row_25_.xml"},
-         {"Completing Document:1 of 2", "Completing Document:2 of 2"}},
-        {20,
-         10,
-         {"form_row_1_to_row_10_.xml", "form_row_11_to_row_20_.xml"},
-         {"Completing Document:1 of 2", "Completing Document:2 of 2"}},
-        {3, 10, {"form_row_1_to_row_3_.xml"}, {}},
-        {2,
-         1,
-         {"form_row_1_to_row_1_.xml", "form_row_2_to_row_2_.xml"},
-         {"Completing Document:1 of 2", "Completing Document:2 of 2"}},
-        {3, 0, {}, {}},
-        {3, -4, {}, {}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.records) + " by " + std::to_string(c.n));
-        TempDir dir;
-        DataSheet s = numbered(c.records);
-        LayoutTree t;
-        buildDefaultLayout(t, s);
-        WorkingTable w;
-        tidyLayout(t, w);
-        Names statuses;
-        SplitProgress p;
-        p.file = [&](int, int, double, const std::string& st) { statuses.push_back(st); };
-        SplitResult r = writeSeparateFiles(t, w, s, c.n, dir.str(), false, p);
-        EXPECT_EQ(r.files, c.files);
-        EXPECT_EQ(r.documents, static_cast<int>(c.files.size()));
-        EXPECT_EQ(statuses, c.statuses);
-        Names sorted = c.files;
-        std::sort(sorted.begin(), sorted.end());
-        EXPECT_EQ(listing(dir / ""), sorted);
-        if (c.n < 1) continue;
-        EXPECT_EQ(r.statusText, std::to_string(r.documents) +
-                                    " XML Documents made, with Data taken form every " +
-                                    std::to_string(c.n) + " Rows (Records).");
-        // Each file is the document over its block, as the writer makes it, plus a line end.
-        const int last = c.records, first = (static_cast<int>(c.files.size()) - 1) * c.n + 1;
-        EXPECT_EQ(slurp(dir / c.files.back()), buildDocumentRange(t, w, s, first, last) + "\r\n");
-    }
-    // A folder that cannot take the files.
-    DataSheet s = numbered(3);
+// Block sizes, exact multiples and the status text are covered by the window
+// and CLI tests; here the progress, the bytes of each file and the refusals.
+TEST(SeparateFiles, ProgressPerFullBlockAndTheBytesOfEachFile) {
+    TempDir dir;
+    DataSheet s = numbered(25);
     LayoutTree t;
     buildDefaultLayout(t, s);
     WorkingTable w;
     tidyLayout(t, w);
+    Names statuses;
+    SplitProgress p;
+    p.file = [&](int, int, double, const std::string& st) { statuses.push_back(st); };
+    SplitResult r = writeSeparateFiles(t, w, s, 10, dir.str(), false, p);
+    EXPECT_EQ(r.files, (Names{"form_row_1_to_row_10_.xml", "form_row_11_to_row_20_.xml",
+                              "form_row_21_to_row_25_.xml"}));
+    // Not called for the shorter last block.
+    EXPECT_EQ(statuses, (Names{"Completing Document:1 of 2", "Completing Document:2 of 2"}));
+    // Each file is the document over its block, as the writer makes it, plus a line end.
+    EXPECT_EQ(slurp(dir / r.files[2]), buildDocumentRange(t, w, s, 21, 25) + "\r\n");
+    for (int n : {0, -4}) EXPECT_EQ(writeSeparateFiles(t, w, s, n, dir.str(), false).documents, 0);
+    EXPECT_EQ(listing(dir / "").size(), 3u);
     EXPECT_THROW(writeSeparateFiles(t, w, s, 2, "/nonexistent/rowquill", false), GenerationError);
 }
 
