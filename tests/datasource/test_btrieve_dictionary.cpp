@@ -15,6 +15,7 @@
 #include "datasource/database.h"
 #include "datasource/readers.h"
 #include "datasource/sheetloader.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 namespace bt = rq::btrieve;
@@ -54,34 +55,19 @@ struct Expected {
     const char* last;
 };
 
-// Every table of the dictionary whose data file exists (code page 866).
+// Tables of the dictionary (code page 866), among them every field type it uses.
 const Expected kDoclife[] = {
     {"X$File", 30, "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags", "1|X$File|file.ddf|16",
      "30|Счета_партнеров|f30.dat|0"},
     {"X$Field", 150, "Xe$Id|Xe$File|Xe$Name|Xe$DataType|Xe$Offset|Xe$Size|Xe$Dec|Xe$Flags",
      "0|0|ddd|0|0|0|0|0", "169|30|Псевдоним|0|18|16|0|0"},
-    {"X$Index", 84, "Xi$File|Xi$Field|Xi$Number|Xi$Part|Xi$Flags", "1|1|1|1|0", "30|169|2|2|2"},
     {"X$Relation", 0, "Relation_id|Part|Source_file_id|Source_field_id|Dest_file_id|Dest_index_#",
      "", ""},
-    {"X$Classificator", 68, "id|item|name", "1|0|string", "12|4|IV квартал"},
-    {"X$Winsize", 31, "WinName|x|y|w|h", "Справочник_работ|46|16|34|9", "Счета_партнеров|2|1|70|9"},
     {"Статьи_расходов", 16, "Номер_статьи|Название статьи", "1|100000 Текущие расходы",
      "9|240100 Приобретение оборудования и предметов длительного пользования"},
-    {"Смета_из_Москвы", 0,
-     "Номер_статьи|Сумма_на_1_кв|Сумма_на_2_кв|Сумма_на_3_кв|Сумма_на_4_кв|Замена|Дата "
-     "уточнения|Год",
-     "", ""},
-    {"Номера_счетов_КЗР", 4, "Номер_счета|Наименование_счета|Директорий экспорта|Псевдоним",
-     "19000141468|Штрафной счет|d:\\parus\\bumi|KZR",
-     "39121829|Петроагропромбанк|d:\\parus\\bumi|KZR"},
     {"Движение_средств", 1, "Номер счета|дата|Сумма|Код_договора|Расход",
      "19000141481|1994-10-10|111111111111111||false",
      "19000141481|1994-10-10|111111111111111||false"},
-    {"Справочник_районов", 24, "Номер_района|Наименование_района", "1|Адмиралтейский",
-     "24|Центральный"},
-    {"Типы_договоров", 6, "Код_типа|Название", "1|Землеустроительные работы",
-     "6|Обсл.радиотрансляционных точек"},
-    {"Матрица_приоритетов", 0, "Показатель|Значение показателя|Количество баллов", "", ""},
     {"Договор", 46,
      "Номер_договора|Тип_договора|Дата_заключения|Код_партнера|Дата_начала|Дата_окончания|Код_"
      "получателя|Содержание|Состояние_договора|Примечание|Краткое_описание|Признак "
@@ -90,49 +76,13 @@ const Expected kDoclife[] = {
      ",полезная площадь  1311.26 кв.,м|1||КУГИ    Суворовский пр.62|0|0|24|1",
      "91|5|1995-04-01|57|1995-04-01|1995-12-31|57||1||УВД ПЕТРОДВОРЦОВОГО РАЙОНА, Охрана "
      "помещений к.228|0|0|18|1"},
-    {"Оплаты_по_договору", 32, "Номер_договора|Дата_оплаты|Сумма|Номер_счета|Номер платежки",
-     "09/000237||0||", "9/95|1995-01-11|7350000|19000141481|"},
-    {"Предложение_к_оплате", 0, "Номер_договора|Сумма|Номер_счета|Дата|Разовый счет", "", ""},
     {"Справочник_партнеров", 65, "Код партнера|Наименование|Телефоны|Факс",
      "1|ИЧП \"ГЕО\"|439-50-93|",
      "66|QQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQ||"},
-    {"Справочник_работ", 6, "Код_строки|Наименование|Номер статьи",
-     "1|Землеустроительные работы|03", "6|Обслуживание радиотрансляционных точек|"},
-    {"Статья_договора", 46,
-     "Договор|Строка договора|Код_работы|Не включать в предл.|Периодичность|Авансирование",
-     "00-002513 (2|47|3|false|2|false", "91|46|5|false|1|false"},
     {"История_статьи", 82,
      "Договор|Статья|Дата начала действия|Операция|Изменяем на|Примечание|Авансовый "
      "платеж|Что изменяется",
      "|0|1995-01-11|1|153750000||false|0", "91|0|1995-04-01|3|373800||false|0"},
-    {"Тип_финансирования", 4, "Код типа|Приоритет|Номер счета", "1|0|19000141481", "4|0|39121829"},
-    {"Промежуточный_итог", 14, "Номер счета|Код договора|Статья|Сумма|Балл|Обработан",
-     "19000141481|00-002513 (2|0|27382260|136|true", "19069120609|260|0|4800|196|false"},
-    {"Код_финансирования", 4, "Код|Название", "1|Городской счет", "4|Петроагропромбанк"},
-    {"Карточка_договора", 1,
-     "Код договора|Дата|Название|Значение1|Значение2|Значение3|Значение4|Дата 2",
-     "10/95|||0|0|0|0|", "10/95|||0|0|0|0|"},
-    {"Временные_счета", 0,
-     "Номер счета|Признак_оплаты|Дата поступления|Дата оплаты|Код "
-     "партнера|Сумма|Статья|Примечание|Счет для оплаты|Не включать в предл.",
-     "", ""},
-    {"Уровни_доступа", 1, "Код доступа|Пароль|Привелегии|Примечание",
-     "\x1E"
-     "\x1D"
-     "\\\x1E"
-     "]K\\WAY|^PUWS\x1D"
-     "\\RKIS\x16"
-     "Z]P\\WTlA^V@\\WU\x16"
-     "GS\\|zcba[fjobvcm{edUGMDRWJUGV_HC@DE[AEIRHG  [OFNCXKV;H|администратор",
-     "\x1E"
-     "\x1D"
-     "\\\x1E"
-     "]K\\WAY|^PUWS\x1D"
-     "\\RKIS\x16"
-     "Z]P\\WTlA^V@\\WU\x16"
-     "GS\\|zcba[fjobvcm{edUGMDRWJUGV_HC@DE[AEIRHG  [OFNCXKV;H|администратор"},
-    {"Счета_партнеров", 9, "Код_партнера|Номер счета|Псевдоним", "65|19000141468|partner2",
-     "63|19069120609|111111111111111"},
 };
 
 std::unique_ptr<Database> openDoclife(int codepage) {
@@ -159,6 +109,21 @@ TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
         EXPECT_EQ(c.rows.front(), e.first);
         EXPECT_EQ(c.rows.back(), e.last);
     }
+    // Every other table whose data file exists reads without a warning too.
+    int read = 0;
+    for (const auto& entry : db->catalog()) {
+        Collect c;
+        try {
+            db->read(entry.name, c);
+        } catch (const DatabaseError&) {
+            continue;  // no data file
+        }
+        ++read;
+        EXPECT_TRUE(c.warnings.empty()) << entry.name << ": " << c.warnings.front();
+    }
+    EXPECT_EQ(read, 27);
+    const auto districts = db->fields("Справочник_районов");
+    EXPECT_EQ(districts.at(0).type, kInteger);  // autoincrement of 2 bytes
 }
 
 TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
@@ -169,8 +134,7 @@ TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
     fs::create_directories(dir);
     for (const char* name : {"FILE.DDF", "FIELD.DDF"}) fs::copy(doclife() / name, dir / name);
     // The data file of "Договор" (46 records) without the second half of its pages.
-    std::ifstream in(doclife() / "F17.DAT", std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+    const std::string bytes = rq::testing::slurp(doclife() / "F17.DAT");
     std::ofstream(dir / "F17.DAT", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
     OpenOptions o;
     o.codepage = 866;
@@ -180,7 +144,7 @@ TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
     fs::remove_all(dir);
     ASSERT_GT(c.rows.size(), 0u);
     ASSERT_LT(c.rows.size(), 46u);
-    EXPECT_EQ(c.rows.front(), kDoclife[13].first);
+    EXPECT_EQ(c.rows.front().substr(0, 12), "00-002513 (2");
     EXPECT_EQ(c.warnings,
               (std::vector<std::string>{(dir / "F17.DAT").string() + ": " +
                                         std::to_string(c.rows.size()) + " of 46 records read"}));
@@ -191,40 +155,14 @@ TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
     auto db = openDoclife(866);
     auto catalog = db->catalog();
     ASSERT_EQ(catalog.size(), 30u);
-    EXPECT_EQ(catalog[0], (CatalogEntry{"X$File", 0}));
     EXPECT_EQ(catalog[4], (CatalogEntry{"X$Form", 0}));
-    EXPECT_EQ(catalog[9], (CatalogEntry{"Статьи_расходов", 0}));
     EXPECT_EQ(catalog[29], (CatalogEntry{"Счета_партнеров", 0}));
     Collect c;
-    try {
-        db->read("X$Form", c);
-        FAIL() << "a table without a data file loaded";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("form.ddf"), std::string::npos) << e.what();
-    }
+    EXPECT_TRUE(
+        rq::testing::contains(rq::testing::errorOf([&] { db->read("X$Form", c); }), "form.ddf"));
     EXPECT_THROW(db->read("No such table", c), DatabaseError);
     // Table names match ignoring letter case, as the engine's names do.
     EXPECT_EQ(joinNames(db->fields("x$file")), "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags");
-}
-
-TEST(BtrieveDictionary, DefaultCodePageIsTheDosOne) {
-    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
-    auto db = openDoclife(0);
-    // The bytes of "Статьи_расходов" read as code page 437.
-    EXPECT_EQ(db->catalog()[9].name, "æΓáΓ∞¿_αáßσ«ñ«ó");
-}
-
-TEST(BtrieveDictionary, LoadsIntoTheSheet) {
-    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
-    auto db = openDoclife(866);
-    DataSheet sheet;
-    auto fields = loadTable(*db, "Справочник_районов", sheet);
-    ASSERT_EQ(fields.size(), 2u);
-    EXPECT_EQ(fields[0].type, kInteger);  // autoincrement of 2 bytes
-    EXPECT_EQ(fields[1].type, kText);
-    EXPECT_EQ(sheet.rows(), 25);
-    EXPECT_EQ(sheet.cell(0, 1), "Наименование_района");
-    EXPECT_EQ(sheet.cell(24, 1), "Центральный");
 }
 
 // A dictionary made here: one table of every field type, one whose data file
@@ -358,29 +296,13 @@ TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNam
     EXPECT_EQ(c.warnings, expected);
 }
 
-TEST_F(BtrieveBuiltDictionary, MissingDataFileStaysListedAndFailsClearly) {
+TEST_F(BtrieveBuiltDictionary, MissingDataFileOrFieldDictionaryFailsClearly) {
     auto db = open();
     ASSERT_EQ(db->catalog().size(), 2u);
     EXPECT_EQ(db->catalog()[1].name, "Fehlt");
     Collect c;
-    try {
-        db->read("Fehlt", c);
-        FAIL();
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("missing.dat"), std::string::npos) << e.what();
-    }
-}
-
-TEST_F(BtrieveBuiltDictionary, MissingFieldDictionaryIsReported) {
+    EXPECT_TRUE(
+        rq::testing::contains(rq::testing::errorOf([&] { db->read("Fehlt", c); }), "missing.dat"));
     fs::remove(dir_ / "Field.DDF");
     EXPECT_THROW(open(), DatabaseError);
-}
-
-TEST(BtrieveFields, LessCommonEncodings) {
-    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x00\x81", 4)), 1.0);
-    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x20\x84", 4)), 10.0);
-    EXPECT_EQ(bt::mbfToDouble(std::string("\x00\x00\x00\x00\x00\x00\x48\x87", 8)), 100.0);
-    EXPECT_EQ(bt::mbfToDouble(std::string(4, '\0')), 0.0);
-    EXPECT_EQ(bt::utf16leToUtf8(std::string("\x3D\xD8\x00\xDE", 4)), "\U0001F600");
-    EXPECT_EQ(bt::utf16leToUtf8(std::string("\x00\xD8", 2)), "\uFFFD");  // lone surrogate
 }

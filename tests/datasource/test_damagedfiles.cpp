@@ -22,10 +22,7 @@ namespace {
 
 const fs::path kFixtures = ROWQUILL_FIXTURES;
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using rq::testing::slurp;
 
 std::string lowerExtension(const fs::path& p) {
     std::string e = p.extension().string();

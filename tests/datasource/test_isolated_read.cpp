@@ -107,7 +107,7 @@ TEST(IsolatedRead, AChildThatStopsBecomesADamagedFileError) {
     }
 }
 
-TEST(IsolatedRead, PrintedLinesAreCaughtAndBecomeWarningsBeforeTheEnd) {
+TEST(IsolatedRead, PrintedLinesAreCaughtCappedAndBecomeWarningsBeforeTheEnd) {
     IsolationOn on;
     Recorder sink;
     std::vector<std::string> filtered;
@@ -128,34 +128,25 @@ TEST(IsolatedRead, PrintedLinesAreCaughtAndBecomeWarningsBeforeTheEnd) {
                 std::printf("noise on stdout\n");
                 const char raw[] = "written straight to fd 2\r\n";
                 if (::write(2, raw, sizeof raw - 1) < 0) std::abort();
-                std::fprintf(stderr, "no newline at the end");
+                std::fprintf(stderr, "no newline at the end\n");
+                // Many distinct lines are capped with a count.
+                for (int i = 0; i < 25000; ++i) std::fprintf(stderr, "page %d is odd\n", i);
                 s.end();
             },
             sink, filter);
     });
     EXPECT_EQ(printed, "pending output of this process ");
-    EXPECT_EQ(filtered.size(), 6u);
-    EXPECT_EQ(sink.calls, (std::vector<std::string>{
-                              "begin",
-                              "warning x.mdb: offset 4096 is beyond EOF (3 times)",
-                              "warning x.mdb: written straight to fd 2",
-                              "warning x.mdb: no newline at the end",
-                              "end",
-                          }));
-}
-
-TEST(IsolatedRead, ManyDistinctPrintedLinesAreCappedWithACount) {
-    IsolationOn on;
-    Recorder sink;
-    readIsolated(
-        "x.mdb",
-        [](RecordSink&) {
-            for (int i = 0; i < 25000; ++i) std::fprintf(stderr, "page %d is odd\n", i);
-        },
-        sink);
-    ASSERT_EQ(sink.calls.size(), 21u);
-    EXPECT_EQ(sink.calls[0], "warning x.mdb: page 0 is odd");
-    EXPECT_EQ(sink.calls[20], "warning x.mdb: 24980 more messages of the reader");
+    ASSERT_EQ(sink.calls.size(), 23u);
+    EXPECT_EQ(std::vector<std::string>(sink.calls.begin(), sink.calls.begin() + 5),
+              (std::vector<std::string>{
+                  "begin",
+                  "warning x.mdb: offset 4096 is beyond EOF (3 times)",
+                  "warning x.mdb: written straight to fd 2",
+                  "warning x.mdb: no newline at the end",
+                  "warning x.mdb: page 0 is odd",
+              }));
+    EXPECT_EQ(sink.calls[21], "warning x.mdb: 24983 more messages of the reader");
+    EXPECT_EQ(sink.calls[22], "end");
 }
 
 TEST(IsolatedRead, ACallerThatGivesUpLeavesNoChildBehind) {
@@ -185,7 +176,6 @@ class CountingDatabase : public Database {
     std::string name() const override { return "mem"; }
     std::vector<CatalogEntry> catalog() override { return {{"t", 0}, {"q", 1}}; }
     std::vector<Field> fields(const std::string& t) override {
-        if (t == "boom") throw std::runtime_error("bad things");
         if (t != "t") throw DatabaseError("no " + t, 42);
         return {{"id", kLong}};
     }
@@ -206,23 +196,15 @@ TEST(IsolatedRead, IsolatedDatabaseForwardsEveryCall) {
     EXPECT_EQ(db->catalog(), (std::vector<CatalogEntry>{{"t", 0}, {"q", 1}}));
     EXPECT_EQ(db->fields("t").size(), 1u);
     EXPECT_EQ(db->storedQuerySql("q"), "SELECT 1");
-    EXPECT_EQ(db->storedQuerySql("t"), "");
     Recorder r;
     db->read("t", r);
     EXPECT_EQ(r.calls, (std::vector<std::string>{"begin id:4", "row|7", "end"}));
     try {
         db->fields("nope");
-        FAIL();
-    } catch (const DatabaseError& e) {
+        ADD_FAILURE() << "no error";
+    } catch (const DatabaseError& e) {  // the child's error, with its code
         EXPECT_EQ(e.code(), 42);
         EXPECT_STREQ(e.what(), "no nope");
-    }
-    // Other exceptions of the child become errors with their text.
-    try {
-        db->fields("boom");
-        FAIL();
-    } catch (const DatabaseError& e) {
-        EXPECT_STREQ(e.what(), "bad things");
     }
     // Turned off, the database is the opened one itself.
     setIsolatedReads(false);

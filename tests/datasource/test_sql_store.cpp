@@ -15,35 +15,12 @@ using Rows = std::vector<std::vector<std::string>>;
 // SQLite itself is the reference: the text is stored into a real column of
 // the declared type, as the engine once copied tables, and read back.
 TEST(SqlStore, ValuesConvertAsAStoredColumnWould) {
-    const char* texts[] = {"5",
-                           "-0",
-                           "2.5",
-                           "3.0",
-                           " 7 ",
-                           "1e3",
-                           "1.5e-3",
-                           ".5",
-                           "5.",
-                           "1e",
-                           "abc",
-                           "12abc",
-                           "0x10",
-                           "+4",
-                           "9223372036854775807",
-                           "-9223372036854775808",
-                           "9223372036854775808",
-                           "1e400",
-                           "00012",
-                           "1,5",
-                           "\t8\n",
-                           "true",
-                           "false",
-                           "",
-                           "1 2",
-                           "-",
-                           ".",
-                           "e5",
-                           "  "};
+    // clang-format off
+    const char* texts[] = {"5", "-0", "2.5", "3.0", " 7 ", "1e3", "1.5e-3", ".5", "5.", "1e", "abc",
+                           "12abc", "0x10", "+4", "9223372036854775807", "-9223372036854775808",
+                           "9223372036854775808", "1e400", "00012", "1,5", "\t8\n", "true",
+                           "false", "", "1 2", "-", ".", "e5", "  "};
+    // clang-format on
     const int types[] = {kLong, kInteger, kCurrency, kDecimal, kDouble,  kSingle,
                          kText, kMemo,    kBinary,   kBoolean, kDateTime};
     sqlite3* db = nullptr;
@@ -91,27 +68,6 @@ TEST(SqlStore, ValuesConvertAsAStoredColumnWould) {
         }
     }
     sqlite3_close(db);
-}
-
-TEST(SqlStore, RecordsComeBackAsStored) {
-    sql::TableStore store({{"N", kLong}, {"", kText}, {"n", kDouble}, {"Memo", kMemo}});
-    EXPECT_EQ(store.fields()[1].name, "F2");
-    EXPECT_EQ(store.fields()[2].name, "n_2");
-    const std::string longText(100000, 'z');
-    std::string_view a[] = {"-70000", "short", "0.1", longText};
-    std::string_view b[] = {"", "", "x"};  // fewer cells than fields
-    store.append(a, 4);
-    store.append(b, 3);
-    std::vector<sql::Value> v;
-    store.decode(0, v);
-    EXPECT_EQ(v[0].i, -70000);
-    EXPECT_EQ(v[1].text, "short");
-    EXPECT_EQ(v[2].r, 0.1);
-    EXPECT_EQ(v[3].text, longText);
-    store.decode(1, v);
-    EXPECT_EQ(v[0].kind, sql::Value::Null);
-    EXPECT_EQ(v[2].kind, sql::Value::Text);
-    EXPECT_EQ(v[3].kind, sql::Value::Null);
 }
 
 class SqlJoins : public ::testing::Test {
@@ -166,6 +122,7 @@ TEST_F(SqlJoins, ReadersWarningsReachTheSink) {
     Result r;
     runSqlOverDatabase(db, "SELECT * FROM Stock", r);
     EXPECT_EQ(r.warnings, std::vector<std::string>{"2 of 3 records read"});
+    EXPECT_EQ(r.fields.at(0).name, "PartId");
 }
 
 }  // namespace

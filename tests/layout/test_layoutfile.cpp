@@ -155,19 +155,6 @@ TEST(LayoutFile, LayoutsTheWindowCanReachRoundTrip) {
     }
 }
 
-TEST(LayoutFile, WriterEscapesMarkupAndBreaksInValues) {
-    LayoutTree t;
-    buildDefaultLayout(t, orders());
-    t.remove(t.rootElement()->children.front());
-    addNode(t, t.rootElement(), kKindElement, "e", "a\"<&>]]>\t\r\n'");
-    defineXmlDocument(t, "]]>\r\n\"");
-    const std::string text = layoutFileText(t);
-    EXPECT_NE(
-        text.find("<element name=\"e\" value=\"a&quot;&lt;&amp;&gt;]]&gt;&#9;&#13;&#10;'\"/>"),
-        std::string::npos);
-    EXPECT_NE(text.find("<prolog>]]&gt;&#13;\n\"</prolog>"), std::string::npos);
-}
-
 TEST(LayoutFile, TextIsDecodedAndNormalisedAsXmlPrescribes) {
     const std::string latin1 = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" +
                                wrapped("<element name=\"e\" value=\"caf\xE9\"/>\n");

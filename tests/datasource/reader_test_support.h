@@ -1,0 +1,109 @@
+// Helpers shared by the reader tests: a sink that keeps what it is sent, the
+// message of the error a call throws, and a scratch folder removed at the end.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "datasource/database.h"
+
+namespace rq::testing {
+
+struct TableSink : RecordSink {
+    std::vector<Field> fields;
+    std::vector<std::vector<std::string>> rows;
+    std::vector<std::string> warnings;
+    bool ended = false;
+    void begin(const std::vector<Field>& f) override { fields = f; }
+    void warning(const std::string& text) override {
+        EXPECT_FALSE(ended) << "warning after end(): " << text;
+        warnings.push_back(text);
+    }
+    void row(const std::string_view* cells, std::size_t count) override {
+        rows.emplace_back(cells, cells + count);
+    }
+    void end() override { ended = true; }
+    std::vector<std::string> names() const {
+        std::vector<std::string> out;
+        for (const auto& f : fields) out.push_back(f.name);
+        return out;
+    }
+    std::vector<int> types() const {
+        std::vector<int> out;
+        for (const auto& f : fields) out.push_back(f.type);
+        return out;
+    }
+    std::vector<std::string> column(std::size_t col) const {
+        std::vector<std::string> out;
+        for (const auto& r : rows) out.push_back(col < r.size() ? r[col] : "<missing>");
+        return out;
+    }
+    const std::string& at(std::size_t row, const std::string& field) const {
+        for (std::size_t i = 0; i < fields.size(); ++i)
+            if (fields[i].name == field) return rows.at(row).at(i);
+        throw std::out_of_range(field);
+    }
+};
+
+inline TableSink readTable(Database& db, const std::string& table) {
+    TableSink sink;
+    db.read(table, sink);
+    return sink;
+}
+
+inline std::vector<std::string> catalogNames(const std::vector<CatalogEntry>& entries) {
+    std::vector<std::string> out;
+    for (const auto& e : entries) out.push_back(e.name);
+    return out;
+}
+
+// The message of the DatabaseError the call throws, "no error" when it throws none.
+template <typename Call>
+std::string errorOf(Call call) {
+    try {
+        call();
+    } catch (const DatabaseError& e) {
+        return e.what();
+    }
+    return "no error";
+}
+
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+inline std::string slurp(const std::filesystem::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// A fresh folder of its own, removed with everything in it at the end.
+class ScratchFolder {
+  public:
+    ScratchFolder() {
+        std::string templ = (std::filesystem::temp_directory_path() / "rqreaderXXXXXX").string();
+        if (!::mkdtemp(templ.data())) throw std::runtime_error("no scratch folder");
+        path_ = templ;
+    }
+    ~ScratchFolder() { std::filesystem::remove_all(path_); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+    std::string file(const std::string& name) const { return (path_ / name).string(); }
+    void write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path_ / name, std::ios::binary) << bytes;
+    }
+
+  private:
+    std::filesystem::path path_;
+};
+
+}  // namespace rq::testing
