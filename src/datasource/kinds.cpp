@@ -1,0 +1,474 @@
+#include "datasource/kinds.h"
+
+#include <stdlib.h>
+
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+
+#include "datasource/readers.h"
+
+namespace rq {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+unsigned byteAt(std::string_view s, std::size_t i) {
+    return i < s.size() ? static_cast<unsigned char>(s[i]) : 0u;
+}
+
+unsigned le16(std::string_view s, std::size_t i) {
+    return byteAt(s, i) | (byteAt(s, i + 1) << 8);
+}
+
+// ---- recognisers -------------------------------------------------------------
+
+bool isJetDatabase(const ContentProbe& p) {
+    if (p.head.size() < 19) return false;
+    const std::string_view sig = p.head.substr(4, 15);
+    return sig == "Standard Jet DB" || sig == "Standard ACE DB";
+}
+
+bool isCompoundFile(const ContentProbe& p) {
+    return p.head.substr(0, 8) == std::string_view("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8);
+}
+
+// The version of a worksheet's first record (beginning of file, type 0, or
+// 0xFF for the works spreadsheets of the same shape), 0 when there is none.
+unsigned lotusVersion(const ContentProbe& p) {
+    if (p.head.size() < 6) return 0;
+    const unsigned type = le16(p.head, 0), length = le16(p.head, 2);
+    if (type != 0 && type != 0xFF) return 0;
+    if (length != 2 && length != 0x1A) return 0;
+    return le16(p.head, 4);
+}
+
+bool isLotusWk1(const ContentProbe& p) {
+    const unsigned v = lotusVersion(p);
+    return v == 0x0404 || v == 0x0405 || v == 0x0406;
+}
+bool isLotusWk3(const ContentProbe& p) {
+    return lotusVersion(p) == 0x1000;
+}
+bool isLotusWk4(const ContentProbe& p) {
+    const unsigned v = lotusVersion(p);
+    return v == 0x1002 || v == 0x1003 || v == 0x1005;
+}
+
+bool isFoxProVersion(unsigned v) {
+    return v == 0x30 || v == 0x31 || v == 0x32 || v == 0xF5 || v == 0xFB;
+}
+
+// A table header: a known version byte, a date of the last update, a header
+// ended by 0x0D on a field descriptor boundary, and records that fit the file.
+bool isDbfTable(const ContentProbe& p) {
+    const std::string_view h = p.head;
+    if (h.size() < 33) return false;
+    const unsigned v = byteAt(h, 0);
+    const bool dbase7 = (v & 0x07) == 0x04;
+    if (!((v & 0x07) == 0x03 || dbase7 || isFoxProVersion(v))) return false;
+    if (byteAt(h, 2) > 12 || byteAt(h, 3) > 31) return false;
+    const unsigned headerLength = le16(h, 8), recordLength = le16(h, 10);
+    const std::size_t first = dbase7 ? 68 : 32, step = dbase7 ? 48 : 32;
+    if (headerLength < first + 1 || recordLength == 0 || headerLength > p.size) return false;
+    for (std::size_t pos = first; pos < headerLength && pos < h.size(); pos += step)
+        if (byteAt(h, pos) == 0x0D) return true;
+    return headerLength > h.size();  // a header longer than the probe: trust the rest
+}
+
+bool isDbaseTable(const ContentProbe& p) {
+    return isDbfTable(p) && !isFoxProVersion(byteAt(p.head, 0));
+}
+bool isFoxProTable(const ContentProbe& p) {
+    return isDbfTable(p) && isFoxProVersion(byteAt(p.head, 0));
+}
+
+bool isParadoxTable(const ContentProbe& p) {
+    const std::string_view h = p.head;
+    if (h.size() < 0x58) return false;
+    const unsigned recordSize = le16(h, 0), headerSize = le16(h, 2);
+    const unsigned fileType = byteAt(h, 4), blockKb = byteAt(h, 5), version = byteAt(h, 0x39);
+    const unsigned fields = le16(h, 0x21);
+    return (fileType == 0 || fileType == 2) && version >= 3 && version <= 12 && blockKb >= 1 &&
+           blockKb <= 32 && recordSize > 0 && recordSize + 6 <= blockKb * 1024u &&
+           headerSize >= 0x58 && headerSize <= p.size && fields > 0 && fields <= 1024;
+}
+
+// A dictionary of tables: FILE.DDF by name, or a data file of the engine
+// (page size in its header, or the "FC" mark of later versions) with the
+// field dictionary beside it.
+bool isBtrieveDictionary(const ContentProbe& p) {
+    const fs::path path(p.path);
+    std::string name = path.filename().string();
+    for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (name == "FILE.DDF") return true;
+    const unsigned pageSize = le16(p.head, 8);
+    const bool engineFile =
+        p.head.substr(0, 2) == "FC" || (p.head.size() >= 16 && le16(p.head, 0) == 0 &&
+                                        pageSize >= 512 && pageSize <= 4096 && pageSize % 512 == 0);
+    if (!engineFile) return false;
+    std::error_code ec;
+    for (fs::directory_iterator
+             it(path.parent_path().empty() ? fs::path(".") : path.parent_path(), ec),
+         end;
+         !ec && it != end; it.increment(ec)) {
+        std::string other = it->path().filename().string();
+        for (char& c : other) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (other == "FIELD.DDF") return true;
+    }
+    return false;
+}
+
+// ---- open functions -----------------------------------------------------------
+
+std::unique_ptr<Database> openAccess(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openAccessDatabase(db, o);
+}
+std::unique_ptr<Database> openDbf(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openDbaseFolder(db, o);
+}
+std::unique_ptr<Database> openParadox(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openParadoxFolder(db, o);
+}
+std::unique_ptr<Database> openExcel(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openExcelWorkbook(db, o);
+}
+std::unique_ptr<Database> openLotus(const Kind& k, const std::string& db, const OpenOptions& o) {
+    return openLotusFolder(db, k.extensions, o);
+}
+std::unique_ptr<Database> openBtrieve(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openBtrieveDictionary(db, o);
+}
+std::unique_ptr<Database> openText(const Kind&, const std::string& db, const OpenOptions& o) {
+    return openTextFolder(db, o);
+}
+
+Kind dbaseKind(std::string connect, std::vector<std::string> names, std::string object,
+               std::string caption, bool main) {
+    return {std::move(connect),
+            std::move(names),
+            "dbf",
+            "mnuDBOdBASE",
+            "&Dbase",
+            std::move(object),
+            std::move(caption),
+            "Open Dbase Database",
+            "Dbase DBs (*.dbf)|*.dbf",
+            {".dbf"},
+            true,
+            main,
+            main ? &isDbaseTable : nullptr,
+            &openDbf};
+}
+
+Kind foxProKind(std::string connect, std::vector<std::string> names, std::string object,
+                std::string caption, bool main) {
+    return {std::move(connect),
+            std::move(names),
+            "dbf",
+            "mnuDBOFoxPro",
+            "&FoxPro",
+            std::move(object),
+            std::move(caption),
+            "Open FoxPro Database",
+            "FoxPro DBs (*.dbf)|*.dbf",
+            {".dbf"},
+            true,
+            main,
+            main ? &isFoxProTable : nullptr,
+            &openDbf};
+}
+
+Kind lotusKind(const std::string& n, std::vector<std::string> extensions,
+               bool (*recognise)(const ContentProbe&)) {
+    const std::string upper = "WK" + n;
+    // Each release is a family of its own: the release decides which files
+    // the folder lists.
+    return {"Lotus " + upper + ";",
+            {"lotus-wk" + n},
+            "lotus-wk" + n,
+            "mnulotwk",
+            "&Lotus",
+            "mnulotwk" + n,
+            "Lotus " + upper,
+            "Open Lotus Database",
+            "Lotus " + upper + " (*.wk" + n + ")|*.wk" + n,
+            std::move(extensions),
+            true,
+            true,
+            recognise,
+            &openLotus};
+}
+
+Kind paradoxKind(std::string connect, std::vector<std::string> names, std::string object,
+                 std::string caption, bool main) {
+    return {std::move(connect),
+            std::move(names),
+            "paradox",
+            "mnuDBOParadox",
+            "&Paradox",
+            std::move(object),
+            std::move(caption),
+            "Open Paradox Database",
+            "Paradox DBs (*.db)|*.db",
+            {".db"},
+            true,
+            main,
+            main ? &isParadoxTable : nullptr,
+            &openParadox};
+}
+
+std::vector<Kind> buildKinds() {
+    std::vector<Kind> k;
+    k.push_back({"Microsoft Access",
+                 {"access"},
+                 "access",
+                 "",
+                 "",
+                 "mnuDBOMDB",
+                 "&Microsoft Access...",
+                 "Open Microsoft Access Database",
+                 "Microsoft Access MDBs (*.mdb)|*.mdb",
+                 {".mdb", ".accdb"},
+                 false,
+                 true,
+                 &isJetDatabase,
+                 &openAccess});
+    k.push_back(dbaseKind("Dbase 5.0;", {"dbase-5"}, "mnuDBOdBASE5", "&5.0...", false));
+    k.push_back(dbaseKind("Dbase IV;", {"dbase", "dbase-4"}, "mnuDBOdBASE4", "I&V...", true));
+    k.push_back(dbaseKind("Dbase III;", {"dbase-3"}, "mnuDBOdBASE3", "&III...", false));
+    k.push_back(foxProKind("FoxPro 3.0;", {"foxpro", "foxpro-3"}, "mnuDBOFox30", "&3.0...", true));
+    k.push_back(foxProKind("FoxPro 2.6;", {"foxpro-2.6"}, "mnuDBOFox26", "2.&6...", false));
+    k.push_back(foxProKind("FoxPro 2.5;", {"foxpro-2.5"}, "mnuDBOFox25", "2.&5...", false));
+    k.push_back(foxProKind("FoxPro 2.0;", {"foxpro-2.0"}, "mnuDBOFox20", "2.&0...", false));
+    k.push_back(lotusKind("1", {".wk1", ".wks"}, &isLotusWk1));
+    k.push_back(lotusKind("3", {".wk3"}, &isLotusWk3));
+    k.push_back(lotusKind("4", {".wk4", ".123"}, &isLotusWk4));
+    k.push_back(
+        paradoxKind("Paradox 5.X;", {"paradox", "paradox-5"}, "mnuDBOParadox5", "&5.0...", true));
+    k.push_back(paradoxKind("Paradox 4.X;", {"paradox-4"}, "mnuDBOParadox4", "&4.X...", false));
+    k.push_back(paradoxKind("Paradox 3.X;", {"paradox-3"}, "mnuDBOParadox3", "&3.X...", false));
+    // The dictionary FILE.DDF is the database; a name without a dot is a whole file name.
+    k.push_back({"Btrieve;",
+                 {"btrieve"},
+                 "btrieve",
+                 "",
+                 "",
+                 "mnuDBOBtrieve",
+                 "&Btrieve...",
+                 "Open Btrieve Database",
+                 "Btrieve DBs (FILE.DDF)|FILE.DDF",
+                 {"file.ddf"},
+                 false,
+                 true,
+                 &isBtrieveDictionary,
+                 &openBtrieve});
+    k.push_back({"Excel 8.0;",
+                 {"excel"},
+                 "excel",
+                 "",
+                 "",
+                 "mnuDBOExcel",
+                 "&Excel...",
+                 "Open Excel File",
+                 "Excel Files (*.xls)|*.xls",
+                 {".xls"},
+                 false,
+                 true,
+                 &isCompoundFile,
+                 &openExcel});
+    k.push_back({"Text;",
+                 {"text"},
+                 "text",
+                 "",
+                 "",
+                 "mnuDBOText",
+                 "&Text Files...",
+                 "Open Text Database",
+                 "Text Files (*.txt)|*.txt",
+                 {".txt", ".csv", ".tab", ".asc"},
+                 true,
+                 true,
+                 nullptr,
+                 &openText});
+    return k;
+}
+
+// A database read through a temporary folder, removed when it is closed.
+class TemporaryFolderDatabase : public Database {
+  public:
+    TemporaryFolderDatabase(std::unique_ptr<Database> inner, std::string folder)
+        : inner_(std::move(inner)), folder_(std::move(folder)) {}
+    ~TemporaryFolderDatabase() override {
+        inner_.reset();
+        std::error_code ec;
+        fs::remove_all(folder_, ec);
+    }
+    std::string name() const override { return inner_->name(); }
+    std::vector<CatalogEntry> catalog() override { return inner_->catalog(); }
+    std::vector<Field> fields(const std::string& t) override { return inner_->fields(t); }
+    void read(const std::string& t, RecordSink& sink) override { inner_->read(t, sink); }
+    void query(const std::string& statement, RecordSink& sink) override {
+        inner_->query(statement, sink);
+    }
+    std::string storedQuerySql(const std::string& n) override { return inner_->storedQuerySql(n); }
+
+  private:
+    std::unique_ptr<Database> inner_;
+    std::string folder_;
+};
+
+bool hasExtension(const Kind& kind, const fs::path& file) {
+    const std::string ext = lower(file.extension().string());
+    const std::string name = lower(file.filename().string());
+    for (const auto& e : kind.extensions)
+        if (e.front() == '.' ? e == ext : e == name) return true;
+    return false;
+}
+
+// A file of a folder kind whose name does not say its kind: the file (and its
+// companions, files of the same base name) is seen through links with the
+// kind's extension in a private folder.
+std::unique_ptr<Database> openRenamedFile(const Kind& kind, const fs::path& file,
+                                          const OpenOptions& options) {
+    const std::string folder = makeTemporaryFolder("rowquill-open-");
+    std::error_code ec;
+    const fs::path source = fs::absolute(file, ec);
+    const std::string stem = source.stem().string();
+    fs::create_symlink(source, fs::path(folder) / (stem + kind.extensions.front()), ec);
+    std::error_code dirEc;
+    for (fs::directory_iterator it(source.parent_path(), dirEc), end; !dirEc && it != end;
+         it.increment(dirEc)) {
+        const fs::path other = it->path();
+        if (other.filename() == source.filename() || hasExtension(kind, other)) continue;
+        if (lower(other.stem().string()) != lower(stem)) continue;
+        std::error_code linkEc;
+        fs::create_symlink(other, fs::path(folder) / (stem + lower(other.extension().string())),
+                           linkEc);
+    }
+    if (ec) {
+        fs::remove_all(folder, ec);
+        throw DatabaseError("'" + file.string() + "' cannot be read: " + ec.message() + ".");
+    }
+    try {
+        return withTemporaryFolder(kind.open(kind, folder, options), folder);
+    } catch (...) {
+        fs::remove_all(folder, ec);
+        throw;
+    }
+}
+
+}  // namespace
+
+const std::vector<Kind>& fileKinds() {
+    static const std::vector<Kind> kinds = buildKinds();
+    return kinds;
+}
+
+const Kind* kindByConnect(const std::string& connect) {
+    for (const auto& k : fileKinds())
+        if (k.connect == connect) return &k;
+    return nullptr;
+}
+
+const Kind* kindByName(const std::string& nameOrConnect) {
+    if (const Kind* k = kindByConnect(nameOrConnect)) return k;
+    const std::string wanted = lower(nameOrConnect);
+    for (const auto& k : fileKinds())
+        for (const auto& n : k.names)
+            if (n == wanted) return &k;
+    return nullptr;
+}
+
+const Kind* recogniseContent(const std::string& path) {
+    std::error_code ec;
+    if (!fs::is_regular_file(path, ec)) return nullptr;
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return nullptr;
+    std::string head(kProbeBytes, '\0');
+    in.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(in.gcount()));
+    const ContentProbe probe{path, head, fs::file_size(path, ec)};
+    for (const auto& k : fileKinds())
+        if (k.recognisesContent && k.recognise && k.recognise(probe)) return &k;
+    return nullptr;
+}
+
+const Kind* kindByExtension(const std::string& path) {
+    const fs::path p(path);
+    const Kind* found = nullptr;
+    for (const auto& k : fileKinds())
+        if (hasExtension(k, p) && (!found || (k.recognisesContent && !found->recognisesContent)))
+            found = &k;
+    return found;
+}
+
+std::string kindNameList() {
+    std::string out;
+    for (const auto& k : fileKinds())
+        for (const auto& n : k.names) out += (out.empty() ? "" : ", ") + n;
+    return out;
+}
+
+std::unique_ptr<Database> withTemporaryFolder(std::unique_ptr<Database> db, std::string folder) {
+    return std::make_unique<TemporaryFolderDatabase>(std::move(db), std::move(folder));
+}
+
+std::string makeTemporaryFolder(const std::string& prefix) {
+    std::error_code ec;
+    fs::path base = fs::temp_directory_path(ec);
+    if (ec) base = "/tmp";
+    std::string templ = (base / (prefix + "XXXXXX")).string();
+    if (!::mkdtemp(templ.data()))
+        throw DatabaseError("A temporary folder cannot be made in " + base.string() + ".");
+    return templ;
+}
+
+// ---- the entry points of database.h that read the registry ----------------------
+
+bool isKnownConnectString(const std::string& c) {
+    return kindByConnect(c) != nullptr;
+}
+
+std::string databaseNameFor(const std::string& connect, const std::string& chosenFile) {
+    const Kind* kind = kindByConnect(connect);
+    if (kind && !kind->folder) return chosenFile;
+    // A folder chosen as the source is the database itself.
+    std::error_code ec;
+    if (fs::is_directory(chosenFile, ec)) return chosenFile;
+    std::string parent = fs::path(chosenFile).parent_path().string();
+    return parent.empty() ? std::string(".") : parent;
+}
+
+std::string connectStringForPath(const std::string& path) {
+    std::error_code ec;
+    if (fs::is_directory(path, ec)) return "Text;";
+    const Kind* byName = kindByExtension(path);
+    const Kind* byContent = recogniseContent(path);
+    // The content decides when it contradicts the name; within one family the
+    // name's kind stays (a .dbf is opened as "Dbase IV;" whatever its version).
+    if (byContent && (!byName || byName->family != byContent->family)) return byContent->connect;
+    return byName ? byName->connect : std::string();
+}
+
+std::unique_ptr<Database> openFileDatabase(const std::string& connect,
+                                           const std::string& chosenFile,
+                                           const OpenOptions& options) {
+    const Kind* kind = kindByConnect(connect);
+    if (!kind) throw DatabaseError("Unknown database kind \"" + connect + "\".");
+    const std::string dbName = databaseNameFor(connect, chosenFile);
+    std::error_code ec;
+    if (!fs::exists(chosenFile, ec) && !fs::exists(dbName, ec))
+        throw DatabaseError("Could not find file '" + chosenFile + "'.");
+    if (kind->folder && fs::is_regular_file(chosenFile, ec) && !hasExtension(*kind, chosenFile))
+        return openRenamedFile(*kind, chosenFile, options);
+    return kind->open(*kind, dbName, options);
+}
+
+}  // namespace rq
