@@ -21,11 +21,11 @@ std::optional<std::string> readSecretFromTerminal(const std::string& prompt) {
         termios quiet = saved;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         quiet.c_lflag |= ECHONL;
-        ::tcsetattr(0, TCSAFLUSH, &quiet);
+        ::tcsetattr(0, TCSANOW, &quiet);
     }
     std::string line;
     const bool got = static_cast<bool>(std::getline(std::cin, line));
-    if (haveSaved) ::tcsetattr(0, TCSAFLUSH, &saved);
+    if (haveSaved) ::tcsetattr(0, TCSANOW, &saved);
     if (!got) return std::nullopt;
     return line;
 }
