@@ -62,7 +62,9 @@ std::unique_ptr<Database> openStandardInput(const Settings& s, Io& io) {
     OpenOptions options;
     options.codepage = s.codepage;
     try {
-        return withTemporaryFolder(openFileDatabase("Text;", folder, options), folder);
+        return withTemporaryFolder(
+            openFileDatabase("Text;", folder, options), folder,
+            {{folder + "/stdin.txt", "standard input"}, {folder, "standard input"}});
     } catch (...) {
         std::error_code ec;
         fs::remove_all(folder, ec);

@@ -300,28 +300,70 @@ std::vector<Kind> buildKinds() {
     return k;
 }
 
+// The text with each first string of the pairs replaced by the second.
+std::string replaceAll(std::string text,
+                       const std::vector<std::pair<std::string, std::string>>& pairs) {
+    for (const auto& [from, to] : pairs)
+        for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+            text.replace(at, from.size(), to);
+    return text;
+}
+
 // A database read through a temporary folder, removed when it is closed.
+// Messages name what the user gave, not the temporary paths.
 class TemporaryFolderDatabase : public Database {
   public:
-    TemporaryFolderDatabase(std::unique_ptr<Database> inner, std::string folder)
-        : inner_(std::move(inner)), folder_(std::move(folder)) {}
+    TemporaryFolderDatabase(std::unique_ptr<Database> inner, std::string folder,
+                            std::vector<std::pair<std::string, std::string>> shownAs)
+        : inner_(std::move(inner)), folder_(std::move(folder)), shownAs_(std::move(shownAs)) {}
     ~TemporaryFolderDatabase() override {
         inner_.reset();
         std::error_code ec;
         fs::remove_all(folder_, ec);
     }
-    std::string name() const override { return inner_->name(); }
-    std::vector<CatalogEntry> catalog() override { return inner_->catalog(); }
-    std::vector<Field> fields(const std::string& t) override { return inner_->fields(t); }
-    void read(const std::string& t, RecordSink& sink) override { inner_->read(t, sink); }
+    std::string name() const override { return shown(inner_->name()); }
+    std::vector<CatalogEntry> catalog() override {
+        return guarded([&] { return inner_->catalog(); });
+    }
+    std::vector<Field> fields(const std::string& t) override {
+        return guarded([&] { return inner_->fields(t); });
+    }
+    void read(const std::string& t, RecordSink& sink) override {
+        ShownSink shownSink(*this, sink);
+        guarded([&] { inner_->read(t, shownSink); });
+    }
     void query(const std::string& statement, RecordSink& sink) override {
-        inner_->query(statement, sink);
+        ShownSink shownSink(*this, sink);
+        guarded([&] { inner_->query(statement, shownSink); });
     }
     std::string storedQuerySql(const std::string& n) override { return inner_->storedQuerySql(n); }
 
   private:
+    // Passes everything on, warnings with the paths the user knows.
+    struct ShownSink : RecordSink {
+        ShownSink(const TemporaryFolderDatabase& db, RecordSink& to) : db_(db), to_(to) {}
+        void begin(const std::vector<Field>& fields) override { to_.begin(fields); }
+        void row(const std::string_view* cells, std::size_t n) override { to_.row(cells, n); }
+        void end() override { to_.end(); }
+        void warning(const std::string& text) override { to_.warning(db_.shown(text)); }
+        const TemporaryFolderDatabase& db_;
+        RecordSink& to_;
+    };
+
+    std::string shown(const std::string& text) const { return replaceAll(text, shownAs_); }
+
+    template <class F>
+    auto guarded(F f) -> decltype(f()) {
+        try {
+            return f();
+        } catch (const DatabaseError& e) {
+            throw DatabaseError(shown(e.what()), e.code());
+        }
+    }
+
     std::unique_ptr<Database> inner_;
     std::string folder_;
+    std::vector<std::pair<std::string, std::string>> shownAs_;
 };
 
 bool hasExtension(const Kind& kind, const fs::path& file) {
@@ -356,8 +398,14 @@ std::unique_ptr<Database> openRenamedFile(const Kind& kind, const fs::path& file
         fs::remove_all(folder, ec);
         throw DatabaseError("'" + file.string() + "' cannot be read: " + ec.message() + ".");
     }
+    const std::vector<std::pair<std::string, std::string>> shownAs = {
+        {folder + "/" + stem + kind.extensions.front(), file.string()},
+        {folder, source.parent_path().string()}};
     try {
-        return withTemporaryFolder(kind.open(kind, folder, options), folder);
+        return withTemporaryFolder(kind.open(kind, folder, options), folder, shownAs);
+    } catch (const DatabaseError& e) {
+        fs::remove_all(folder, ec);
+        throw DatabaseError(replaceAll(e.what(), shownAs), e.code());
     } catch (...) {
         fs::remove_all(folder, ec);
         throw;
@@ -416,8 +464,11 @@ std::string kindNameList() {
     return out;
 }
 
-std::unique_ptr<Database> withTemporaryFolder(std::unique_ptr<Database> db, std::string folder) {
-    return std::make_unique<TemporaryFolderDatabase>(std::move(db), std::move(folder));
+std::unique_ptr<Database> withTemporaryFolder(
+    std::unique_ptr<Database> db, std::string folder,
+    std::vector<std::pair<std::string, std::string>> shownAs) {
+    return std::make_unique<TemporaryFolderDatabase>(std::move(db), std::move(folder),
+                                                     std::move(shownAs));
 }
 
 std::string makeTemporaryFolder(const std::string& prefix) {

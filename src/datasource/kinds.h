@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "datasource/database.h"
@@ -69,8 +70,12 @@ const Kind* kindByExtension(const std::string& path);
 // The main plain names of every kind, "a, b, c", for help texts and messages.
 std::string kindNameList();
 
-// Wraps a database so that the given temporary folder is removed when it is closed.
-std::unique_ptr<Database> withTemporaryFolder(std::unique_ptr<Database> db, std::string folder);
+// Wraps a database so that the given temporary folder is removed when it is
+// closed. Each first text of shownAs (a temporary path) is shown as the
+// second in its name, errors and warnings.
+std::unique_ptr<Database> withTemporaryFolder(
+    std::unique_ptr<Database> db, std::string folder,
+    std::vector<std::pair<std::string, std::string>> shownAs = {});
 
 // A new private folder under the system's temporary folder; throws
 // DatabaseError when none can be made.

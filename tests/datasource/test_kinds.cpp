@@ -67,6 +67,7 @@ TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
         {"lotus/sheetjs/quattro_export/write_L3.wk3", "k.wk1", "Lotus WK3;", nullptr},
         {"lotus/sheetjs/quattro_export/write_L45.wk4", "l.bin", "Lotus WK4;", nullptr},
         {"lotus/sheetjs/quattro_export/write_L9.123", "m.bin", "Lotus WK4;", nullptr},
+        {"dbase/infused_dbf/dbase_83_missing_memo.dbf", "n.bin", "Dbase IV;", nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.fixture);
@@ -89,6 +90,11 @@ TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
         // The companion was found: no missing memo or blob file.
         if (c.companion) {
             EXPECT_EQ(sink.warnings, std::vector<std::string>{});
+        }
+        // Problems name the file the user gave.
+        for (const auto& w : sink.warnings) {
+            EXPECT_EQ(w.find("rowquill-open-"), std::string::npos) << w;
+            EXPECT_NE(w.find(copy.string()), std::string::npos) << w;
         }
     }
     // The private folders of renamed files are gone once the databases are.
