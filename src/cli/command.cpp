@@ -15,7 +15,7 @@ namespace rq::cli {
 
 namespace {
 
-struct OptionSpec {
+struct OptionInfo {
     Opt id;
     const char* name;
     char shortName;     // 0 when none
@@ -23,7 +23,7 @@ struct OptionSpec {
     const char* help;
 };
 
-const OptionSpec kOptions[] = {
+const OptionInfo kOptions[] = {
     {Opt::Odbc, "odbc", 0, "CONNECTION",
      "an ODBC connection string in place of SOURCE, such as \"DSN=Sales;UID=me;PWD=secret\" or "
      "\"Driver=SQLite3;Database=/data/shop.db\"; it is never prompted for what it lacks. --table "
@@ -72,7 +72,7 @@ const OptionSpec kOptions[] = {
     {Opt::Help, "help", 'h', nullptr, "show this help"},
 };
 
-const OptionSpec* specOf(Opt id) {
+const OptionInfo* optionInfo(Opt id) {
     for (const auto& s : kOptions)
         if (s.id == id) return &s;
     return nullptr;
@@ -106,7 +106,7 @@ std::string wrap(const std::string& text, std::size_t indent, std::size_t width)
     return out + line;
 }
 
-std::string optionLine(const OptionSpec& s) {
+std::string optionLine(const OptionInfo& s) {
     std::string left = "  ";
     left += s.shortName ? std::string("-") + s.shortName + ", " : std::string();
     left += std::string("--") + s.name;
@@ -244,7 +244,7 @@ Settings Command::parse(const std::vector<std::string>& args) const {
     std::vector<option> longs;
     std::string shorts = ":";
     for (Opt id : taken) {
-        const OptionSpec* s = specOf(id);
+        const OptionInfo* s = optionInfo(id);
         longs.push_back({s->name, s->value ? required_argument : no_argument, nullptr,
                          static_cast<int>(s->id)});
         if (s->shortName) shorts += std::string(1, s->shortName) + (s->value ? ":" : "");
