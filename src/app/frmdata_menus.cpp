@@ -9,6 +9,7 @@
 #include "app/frmdata.h"
 #include "app/icons.h"
 #include "app/opensettings.h"
+#include "datasource/kinds.h"
 
 namespace rq::ui {
 
@@ -46,27 +47,17 @@ void Frmdata::buildMenus() {
     addItem(file, "mnunewtabledef", "&New Table");
     addSeparator(file, "mnuBar0");
     QMenu* open = addSubmenu(file, "mnuDBOpen", "&Open DataBase...");
-    addItem(open, "mnuDBOMDB", "&Microsoft Access...");
-    QMenu* dbase = addSubmenu(open, "mnuDBOdBASE", "&Dbase");
-    addItem(dbase, "mnuDBOdBASE5", "&5.0...");
-    addItem(dbase, "mnuDBOdBASE4", "I&V...");
-    addItem(dbase, "mnuDBOdBASE3", "&III...");
-    QMenu* fox = addSubmenu(open, "mnuDBOFoxPro", "&FoxPro");
-    addItem(fox, "mnuDBOFox30", "&3.0...");
-    addItem(fox, "mnuDBOFox26", "2.&6...");
-    addItem(fox, "mnuDBOFox25", "2.&5...");
-    addItem(fox, "mnuDBOFox20", "2.&0...");
-    QMenu* lotus = addSubmenu(open, "mnulotwk", "&Lotus");
-    addItem(lotus, "mnulotwk1", "Lotus WK1");
-    addItem(lotus, "mnulotwk3", "Lotus WK3");
-    addItem(lotus, "mnulotwk4", "Lotus WK4");
-    QMenu* paradox = addSubmenu(open, "mnuDBOParadox", "&Paradox");
-    addItem(paradox, "mnuDBOParadox5", "&5.0...");
-    addItem(paradox, "mnuDBOParadox4", "&4.X...");
-    addItem(paradox, "mnuDBOParadox3", "&3.X...");
-    addItem(open, "mnuDBOBtrieve", "&Btrieve...");
-    addItem(open, "mnuDBOExcel", "&Excel...");
-    addItem(open, "mnuDBOText", "&Text Files...");
+    // One item per kind of the registry, grouped in submenus as the registry says.
+    for (const Kind& kind : fileKinds()) {
+        QMenu* parent = open;
+        if (!kind.menuGroupObject.empty()) {
+            parent = menus_.value(QString::fromStdString(kind.menuGroupObject));
+            if (!parent)
+                parent =
+                    addSubmenu(open, kind.menuGroupObject.c_str(), kind.menuGroupCaption.c_str());
+        }
+        addItem(parent, kind.menuObject.c_str(), kind.menuCaption.c_str());
+    }
     addItem(open, "mnuDBOODBC", "&ODBC...");
     addSeparator(file, "mnuBarMRU");
     QMenu* exportMenu = addSubmenu(file, "mnuexport", "Export");
@@ -137,23 +128,8 @@ void Frmdata::buildMenus() {
 
     // File.
     connect(action("mnunewf"), &QAction::triggered, this, &Frmdata::resetToStartup);
-    connectOpenCommand("mnuDBOMDB", "Microsoft Access");
-    connectOpenCommand("mnuDBOdBASE5", "Dbase 5.0;");
-    connectOpenCommand("mnuDBOdBASE4", "Dbase IV;");
-    connectOpenCommand("mnuDBOdBASE3", "Dbase III;");
-    connectOpenCommand("mnuDBOFox30", "FoxPro 3.0;");
-    connectOpenCommand("mnuDBOFox26", "FoxPro 2.6;");
-    connectOpenCommand("mnuDBOFox25", "FoxPro 2.5;");
-    connectOpenCommand("mnuDBOFox20", "FoxPro 2.0;");
-    connectOpenCommand("mnulotwk1", "Lotus WK1;");
-    connectOpenCommand("mnulotwk3", "Lotus WK3;");
-    connectOpenCommand("mnulotwk4", "Lotus WK4;");
-    connectOpenCommand("mnuDBOParadox5", "Paradox 5.X;");
-    connectOpenCommand("mnuDBOParadox4", "Paradox 4.X;");
-    connectOpenCommand("mnuDBOParadox3", "Paradox 3.X;");
-    connectOpenCommand("mnuDBOBtrieve", "Btrieve;");
-    connectOpenCommand("mnuDBOExcel", "Excel 8.0;");
-    connectOpenCommand("mnuDBOText", "Text;");
+    for (const Kind& kind : fileKinds())
+        connectOpenCommand(kind.menuObject.c_str(), kind.connect.c_str());
     connect(action("mnuDBOODBC"), &QAction::triggered, this, &Frmdata::mnuDBOODBC);
     connect(action("mnuDBExit"), &QAction::triggered, this, &QWidget::close);
 

@@ -126,7 +126,7 @@ class CliSamenessTest : public QObject {
 
         const QString cliFile = dir.filePath("cli.xml");
         QStringList args{"convert", file, "--kind", connect, "--table", table, "-o", cliFile};
-        if (convertSymbols) args << "--convert-symbols";
+        if (!convertSymbols) args << "--cp1252";
         QVERIFY(runCli(args));
 
         const QByteArray fromWindow = readAll(windowFile);
@@ -162,7 +162,7 @@ class CliSamenessTest : public QObject {
                 const QString out = dir.filePath(QString::number(n++) + ".xml");
                 QStringList args{"convert", c.file,  "--kind", c.kind,
                                  "--table", c.table, "-o",     out};
-                if (convert) args << "--convert-symbols";
+                if (!convert) args << "--cp1252";
                 QVERIFY(runCli(args));
                 const QByteArray bytes = readAll(out);
                 QVERIFY2(bytes.contains(convert ? c.utf8 : c.cp1252), bytes.constData());
@@ -202,7 +202,7 @@ class CliSamenessTest : public QObject {
         const QString cliFolder = dir.filePath("cli");
         QStringList args{"convert", file,      "--kind", connect, "--table",
                          table,     "--split", "2",      "-o",    cliFolder};
-        if (convertSymbols) args << "--convert-symbols";
+        if (!convertSymbols) args << "--cp1252";
         QVERIFY(runCli(args));
 
         const QStringList names = filesIn(windowFolder);

@@ -1,5 +1,6 @@
-// Running the built rowquill-cli from tests: a fixture with a private folder,
-// and the exit status, standard output and standard error of one run.
+// Running rowquill-cli from tests, in process or as the built program: a
+// fixture with a private folder, and the exit status, standard output and
+// standard error of one run.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,9 +10,13 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "cli/command.h"
 
 namespace rq::clitest {
 
@@ -53,9 +58,38 @@ class CliTest : public ::testing::Test {
     }
     std::string path(const std::string& rel) const { return (dir / rel).string(); }
 
-    // Runs the program with the arguments; each of `environment` is NAME=VALUE.
+    // What the next in-process run reads: standard input, the terminal.
+    std::string input;
+    bool terminal = false;  // standard input and standard error are terminals
+    std::vector<std::string> prompts;
+    std::optional<std::string> secret;  // the terminal's answer to a prompt
+
+    // Runs the commands in process; each of `environment` is NAME=VALUE.
     Result run(const std::vector<std::string>& args,
                const std::vector<std::string>& environment = {}) {
+        std::istringstream in(input);
+        std::ostringstream out, err;
+        rq::cli::Io io{in, out, err};
+        io.stdinIsTerminal = io.stderrIsTerminal = terminal;
+        io.askSecret = [this](const std::string& prompt) {
+            prompts.push_back(prompt);
+            return secret;
+        };
+        io.environment = [&](const std::string& name) -> std::optional<std::string> {
+            for (const auto& e : environment)
+                if (e.rfind(name + "=", 0) == 0) return e.substr(name.size() + 1);
+            return std::nullopt;
+        };
+        Result r;
+        r.status = rq::cli::runCli(args, io);
+        r.out = out.str();
+        r.err = err.str();
+        return r;
+    }
+
+    // Runs the built program with the arguments; each of `environment` is NAME=VALUE.
+    Result runProcess(const std::vector<std::string>& args,
+                      const std::vector<std::string>& environment = {}) {
         std::string cmd;
         for (const auto& e : environment) cmd += quoted(e) + " ";
         cmd = (cmd.empty() ? "" : "env " + cmd) + quoted(ROWQUILL_CLI);

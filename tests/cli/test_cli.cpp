@@ -43,13 +43,15 @@ TEST_F(CliFiles, HelpAndUsageErrors) {
     Result help = run({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Usage: rowquill-cli"), std::string::npos);
-    EXPECT_NE(help.out.find("--split N"), std::string::npos);
+    EXPECT_NE(run({"convert", "--help"}).out.find("\n  --split N "), std::string::npos);
 
     const std::vector<std::vector<std::string>> bad = {
         {},
         {"frob", path("db/orders.csv")},
-        {"convert", path("db/orders.csv"), "--table", "orders#csv"},
-        {"convert", path("db/orders.csv"), "-o", path("x.xml")},
+        {"--kind", "text", "tables", path("db")},
+        {"help", "frob"},
+        {"export", path("db/orders.csv"), "--table", "orders#csv", "--split", "2"},
+        {"convert", path("db/orders.csv"), "-o", path("x.xml")},  // two tables: which?
         {"convert", path("db/orders.csv"), "--table", "t", "--sql", "s", "-o", path("x.xml")},
         {"convert", path("db/orders.csv"), "--table", "t", "--split", "0", "-o", path("x")},
         {"convert", path("db/orders.csv"), "--table", "t", "--bogus", "-o", path("x")},
@@ -99,9 +101,9 @@ TEST_F(CliFiles, TablesListsTheFolder) {
     EXPECT_EQ(run({"tables", path("db")}).out, r.out);
 }
 
-TEST_F(CliFiles, ConvertWritesCodePage1252OrUtf8) {
-    Result r =
-        run({"convert", path("db/orders.csv"), "--table", "orders.csv", "-o", path("out.xml")});
+TEST_F(CliFiles, ConvertWritesUtf8OrCodePage1252) {
+    Result r = run({"convert", path("db/orders.csv"), "--table", "orders.csv", "--cp1252", "-o",
+                    path("out.xml")});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "");
     std::string cp1252Body = kOrdersBody;
@@ -109,14 +111,16 @@ TEST_F(CliFiles, ConvertWritesCodePage1252OrUtf8) {
     cp1252Body.replace(cp1252Body.find("K\xC3\xB6ln \xE2\x82\xAC"), 9, "K\xF6ln \x80");
     EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + cp1252Body + "\r\n");
 
-    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--convert-symbols", "-o",
-             path("out.xml")});
+    // UTF-8 by default; --convert-symbols says so again.
+    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "-o", path("out.xml")});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + kOrdersBody + "\r\n");
+    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--convert-symbols"});
+    EXPECT_EQ(r.out, slurp(dir / "out.xml"));
     // Nothing but the output in the folder: the temporary file was renamed.
     int files = 0;
     for (auto& e : fs::directory_iterator(dir)) files += e.is_regular_file() ? 1 : 0;
-    EXPECT_EQ(files, 3);  // out.xml, stdout, stderr
+    EXPECT_EQ(files, 1);
 }
 
 TEST_F(CliFiles, PrologAndRootAttributeOptions) {
@@ -206,7 +210,8 @@ TEST_F(CliFiles, ConvertGivesTheBytesOfTheWindowsSave) {
     const fs::path fixture = fs::path(ROWQUILL_FIXTURES) / "text" / "temperature_qaqc";
     if (!fs::exists(fixture)) GTEST_SKIP() << "fixtures folder absent: " << fixture;
     const std::string source = (fixture / "ARD_to_WRS.csv").string();
-    Result r = run({"convert", source, "--table", "ARD_to_WRS#csv", "-o", path("cli.xml")});
+    Result r =
+        run({"convert", source, "--table", "ARD_to_WRS#csv", "--cp1252", "-o", path("cli.xml")});
     ASSERT_EQ(r.status, 0) << r.err;
 
     auto db = openFileDatabase("Text;", source);

@@ -85,8 +85,9 @@ TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
     EXPECT_EQ(slurp(dir / "o.xml"), kOrderLinesXml);
 
     // The typed name is matched to the listed one regardless of letter case;
-    // without --convert-symbols the document is in code page 1252.
-    r = run({"convert", "--odbc=" + connection, "--table", "order lines", "-o", path("w.xml")});
+    // with --cp1252 the document is in code page 1252.
+    r = run({"convert", "--odbc=" + connection, "--table", "order lines", "--cp1252", "-o",
+             path("w.xml")});
     ASSERT_EQ(r.status, 0) << r.err;
     std::string western = kOrderLinesXml;
     western.replace(western.find("Zo\xC3\xAB"), 4, "Zo\xEB");
@@ -208,7 +209,7 @@ TEST_F(CliOdbc, SourcesAndDataSourceNamesFromTheDriverManagerFiles) {
     write("user.ini", "[Shop Sales]\nDriver=Lite Three\nDatabase=" + path("shop.db") + "\n");
     const std::vector<std::string> env = {"ODBCSYSINI=" + path("etc"),
                                           "ODBCINI=" + path("user.ini")};
-    Result r = run({"sources"}, env);
+    Result r = runProcess({"sources"}, env);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out,
               "User data sources:\n"
@@ -219,11 +220,12 @@ TEST_F(CliOdbc, SourcesAndDataSourceNamesFromTheDriverManagerFiles) {
               "  Lite Three  SQLite for the tests\n"
               "  Bare\n");
 
-    r = run({"tables", "--odbc", "DSN=Shop Sales"}, env);
+    r = runProcess({"tables", "--odbc", "DSN=Shop Sales"}, env);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
     // The completed connection string the driver reports is enough to reconnect.
-    r = run({"export", "--odbc", "DSN=Shop Sales", "--table", "Alpha", "-o", path("a.txt")}, env);
+    r = runProcess({"export", "--odbc", "DSN=Shop Sales", "--table", "Alpha", "-o", path("a.txt")},
+                   env);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(slurp(dir / "a.txt"), "\"a\"\r\n\r\n");
 }

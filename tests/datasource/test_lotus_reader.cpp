@@ -61,8 +61,10 @@ TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
     REQUIRE_FIXTURES();
     auto db = openFileDatabase("Lotus WK1;", (kLotus / "crlf" / "crlfq9.wk1").string());
     EXPECT_EQ(db->name(), (kLotus / "crlf").string());
-    // CRLFR9.WK1 and crlfq9.wk1; not the .WK3, .123, .FM3 or .wks files.
-    EXPECT_EQ(catalogNames(*db), (std::vector<std::string>{"CRLFR9", "crlfq9"}));
+    // CRLFR9.WK1 and crlfq9.wk1, then the .wks files (the one whose base name
+    // a .wk1 file has with its extension); not the .WK3, .123 or .FM3 files.
+    EXPECT_EQ(catalogNames(*db), (std::vector<std::string>{"CRLFR9", "crlfq9", "crlfq9#wks",
+                                                           "crlfw4_2", "crlfw4_3", "crlfw4_4"}));
 
     // Formula cells give their cached text, read from the file's own string
     // record where the library leaves it out.

@@ -30,20 +30,34 @@ std::string lower(std::string s) {
 
 class LotusDatabase : public Database {
   public:
-    LotusDatabase(std::string folder, std::string extension, const OpenOptions& options)
-        : folder_(std::move(folder)), extension_(lower(std::move(extension))) {
+    LotusDatabase(std::string folder, const std::vector<std::string>& extensions,
+                  const OpenOptions& options)
+        : folder_(std::move(folder)) {
         if (options.codepage > 0) encoding_ = "CP" + std::to_string(options.codepage);
         std::error_code ec;
-        std::vector<fs::path> files;
+        // Files of each extension in turn, the first extension's first.
+        std::vector<std::vector<fs::path>> files(extensions.size());
         for (fs::directory_iterator it(folder_, ec), end; !ec && it != end; it.increment(ec)) {
             std::error_code fe;
             if (!it->is_regular_file(fe)) continue;
-            if (lower(it->path().extension().string()) == "." + extension_)
-                files.push_back(it->path());
+            const std::string ext = lower(it->path().extension().string());
+            for (std::size_t i = 0; i < extensions.size(); ++i)
+                if (ext == lower(extensions[i])) files[i].push_back(it->path());
         }
         if (ec) throw DatabaseError("The folder '" + folder_ + "' cannot be read.");
-        std::sort(files.begin(), files.end());
-        for (const auto& f : files) load(f);
+        std::vector<std::string> taken;
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            std::sort(files[i].begin(), files[i].end());
+            for (const auto& f : files[i]) {
+                std::string base = f.stem().string();
+                if (i == 0) {
+                    taken.push_back(lower(base));
+                } else if (std::find(taken.begin(), taken.end(), lower(base)) != taken.end()) {
+                    base += "#" + lower(f.extension().string().substr(1));
+                }
+                load(f, base);
+            }
+        }
     }
 
     std::string name() const override { return folder_; }
@@ -65,8 +79,7 @@ class LotusDatabase : public Database {
         std::shared_ptr<excel::CellTable> cells;
     };
 
-    void load(const fs::path& file) {
-        const std::string base = file.stem().string();
+    void load(const fs::path& file, const std::string& base) {
         const std::string path = file.string();
         std::vector<lotus::LotusSheet> sheets;
         std::string error;
@@ -158,18 +171,24 @@ class LotusDatabase : public Database {
         return *hit->cells;
     }
 
-    std::string folder_, extension_, encoding_;
+    std::string folder_, encoding_;
     std::vector<Table> tables_;
 };
 
 }  // namespace
 
-std::unique_ptr<Database> openLotusFolder(const std::string& folder, const std::string& extension,
+std::unique_ptr<Database> openLotusFolder(const std::string& folder,
+                                          const std::vector<std::string>& extensions,
                                           const OpenOptions& options) {
     std::error_code ec;
     if (!fs::is_directory(folder, ec))
         throw DatabaseError("The folder '" + folder + "' does not exist.");
-    return std::make_unique<LotusDatabase>(folder, extension, options);
+    return std::make_unique<LotusDatabase>(folder, extensions, options);
+}
+
+std::unique_ptr<Database> openLotusFolder(const std::string& folder, const std::string& extension,
+                                          const OpenOptions& options) {
+    return openLotusFolder(folder, std::vector<std::string>{"." + extension}, options);
 }
 
 }  // namespace rq

@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include "datasource/database.h"
+#include "datasource/kinds.h"
+#include "excel_test_support.h"
+
+using namespace rq;
+using rq::testing::TableSink;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kFixtures = fs::path(ROWQUILL_FIXTURES);
+
+class KindsTest : public ::testing::Test {
+  protected:
+    fs::path dir;
+    void SetUp() override {
+        std::string templ = (fs::temp_directory_path() / "rqkindsXXXXXX").string();
+        dir = ::mkdtemp(templ.data());
+    }
+    void TearDown() override { fs::remove_all(dir); }
+};
+
+std::vector<std::string> names(Database& db) {
+    std::vector<std::string> out;
+    for (const auto& e : listedCatalog(db)) out.push_back(e.name);
+    return out;
+}
+
+std::vector<std::vector<std::string>> rowsOf(Database& db, const std::string& table) {
+    TableSink sink;
+    db.read(table, sink);
+    return sink.rows;
+}
+
+}  // namespace
+
+// Each sample copied under a name that says nothing (or the wrong thing) is
+// recognised from its content and opens, companions (memo, blob files) included.
+TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
+    if (!fs::exists(kFixtures)) GTEST_SKIP() << "fixtures folder absent: " << kFixtures;
+    struct Case {
+        const char* fixture;
+        const char* renamed;
+        const char* connect;
+        const char* companion;  // copied beside it under the renamed base name
+    };
+    const Case cases[] = {
+        {"access/mdbtestdata/nwind.mdb", "a.bin", "Microsoft Access", nullptr},
+        {"access/mdbtestdata/ASampleDatabase.accdb", "b.xls", "Microsoft Access", nullptr},
+        {"excel/sheetjs/biff8/1900.xls", "c.dat", "Excel 8.0;", nullptr},
+        {"dbase/infused_dbf/dbase_83.dbf", "d.bin", "Dbase IV;", "dbase_83.dbt"},
+        {"dbase/infused_dbf/dbase_8c.dbf", "d7", "Dbase IV;", nullptr},
+        {"foxpro/infused_dbf/dbase_30.dbf", "e.txt", "FoxPro 3.0;", "dbase_30.fpt"},
+        {"foxpro/infused_dbf/dbase_f5.dbf", "f.bin", "FoxPro 3.0;", "dbase_f5.fpt"},
+        {"paradox/db/CUSTOMER.DB", "g.bin", "Paradox 5.X;", "CUSTOMER.MB"},
+        {"paradox/areas/STATES.DB", "h.csv", "Paradox 5.X;", nullptr},
+        {"lotus/sheetjs/quattro_export/write_L2.wk1", "i.bin", "Lotus WK1;", nullptr},
+        {"lotus/sheetjs/quattro_export/write_L1.wks", "j.bin", "Lotus WK1;", nullptr},
+        {"lotus/sheetjs/quattro_export/write_L3.wk3", "k.wk1", "Lotus WK3;", nullptr},
+        {"lotus/sheetjs/quattro_export/write_L45.wk4", "l.bin", "Lotus WK4;", nullptr},
+        {"lotus/sheetjs/quattro_export/write_L9.123", "m.bin", "Lotus WK4;", nullptr},
+        {"dbase/infused_dbf/dbase_83_missing_memo.dbf", "n.bin", "Dbase IV;", nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.fixture);
+        const fs::path folder = dir / c.renamed;
+        fs::create_directory(folder.string() + ".d");
+        const fs::path copy = folder.string() + ".d/" + c.renamed;
+        fs::copy_file(kFixtures / c.fixture, copy);
+        if (c.companion) {
+            const fs::path from = (kFixtures / c.fixture).parent_path() / c.companion;
+            fs::copy_file(from, copy.parent_path() / (copy.stem().string() +
+                                                      fs::path(c.companion).extension().string()));
+        }
+        ASSERT_EQ(connectStringForPath(copy.string()), c.connect);
+        std::unique_ptr<Database> db;
+        ASSERT_NO_THROW(db = openFileDatabase(c.connect, copy.string()));
+        const auto tables = names(*db);
+        ASSERT_FALSE(tables.empty());
+        TableSink sink;
+        ASSERT_NO_THROW(db->read(tables.front(), sink));
+        // The companion was found: no missing memo or blob file.
+        if (c.companion) {
+            EXPECT_EQ(sink.warnings, std::vector<std::string>{});
+        }
+        // Problems name the file the user gave.
+        for (const auto& w : sink.warnings) {
+            EXPECT_EQ(w.find("rowquill-open-"), std::string::npos) << w;
+            EXPECT_NE(w.find(copy.string()), std::string::npos) << w;
+        }
+    }
+    // The private folders of renamed files are gone once the databases are.
+    for (auto& e : fs::directory_iterator(fs::temp_directory_path()))
+        EXPECT_EQ(e.path().filename().string().rfind("rowquill-open-", 0), std::string::npos)
+            << e.path();
+}
+
+TEST_F(KindsTest, BtrieveDictionaryByNameOrByContentBesideItsFields) {
+    const fs::path doclife = kFixtures / "btrieve" / "doclife";
+    if (!fs::exists(doclife)) GTEST_SKIP() << "fixtures folder absent: " << doclife;
+    fs::copy_file(doclife / "FILE.DDF", dir / "file.ddf");
+    EXPECT_EQ(connectStringForPath((dir / "file.ddf").string()), "Btrieve;");
+    fs::rename(dir / "file.ddf", dir / "tables.dic");
+    EXPECT_EQ(connectStringForPath((dir / "tables.dic").string()), "");  // no FIELD.DDF beside
+    fs::copy_file(doclife / "FIELD.DDF", dir / "Field.ddf");
+    EXPECT_EQ(connectStringForPath((dir / "tables.dic").string()), "Btrieve;");
+}
+
+TEST_F(KindsTest, NameDecidesWhenTheContentSaysNothingElse) {
+    std::ofstream(dir / "orders.csv") << "a,b\n1,2\n";
+    std::ofstream(dir / "notes.xyz") << "a,b\n1,2\n";
+    std::ofstream(dir / "empty.dbf");
+    std::ofstream(dir / "fake.xls") << "not a workbook";
+    EXPECT_EQ(connectStringForPath((dir / "orders.csv").string()), "Text;");
+    EXPECT_EQ(connectStringForPath((dir / "notes.xyz").string()), "");
+    EXPECT_EQ(connectStringForPath((dir / "empty.dbf").string()), "Dbase IV;");
+    EXPECT_EQ(connectStringForPath((dir / "fake.xls").string()), "Excel 8.0;");
+    EXPECT_EQ(connectStringForPath(dir.string()), "Text;");
+    EXPECT_EQ(connectStringForPath((dir / "missing.ACCDB").string()), "Microsoft Access");
+    // A file a folder kind would not list opens under the kind it is named for.
+    auto db = openFileDatabase("Text;", (dir / "notes.xyz").string());
+    EXPECT_EQ(names(*db), std::vector<std::string>{"notes#txt"});
+    EXPECT_EQ(rowsOf(*db, "notes#txt"), (std::vector<std::vector<std::string>>{{"1", "2"}}));
+}
+
+TEST(Kinds, PlainNamesAreUniqueAndFindTheirKind) {
+    std::set<std::string> seen;
+    for (const Kind& k : fileKinds()) {
+        EXPECT_EQ(kindByName(k.connect), &k);
+        for (const auto& n : k.names) {
+            EXPECT_TRUE(seen.insert(n).second) << n;
+            EXPECT_EQ(kindByName(n), &k) << n;
+        }
+        EXPECT_NE(k.open, nullptr) << k.connect;
+    }
+    EXPECT_EQ(kindByName("TEXT"), kindByConnect("Text;"));
+    EXPECT_EQ(kindByName("Dbase VII;"), nullptr);
+    EXPECT_EQ(kindByName("text;"), nullptr);  // connect strings are exact
+}
+
+// The Lotus kinds read the other names of their releases: .wks with WK1, .123
+// with WK4; a name two files share is told apart by the extension.
+TEST(Kinds, LotusKindsReadWksAnd123Files) {
+    const fs::path lotus = kFixtures / "lotus" / "sheetjs";
+    if (!fs::exists(lotus)) GTEST_SKIP() << "fixtures folder absent: " << lotus;
+    auto wk1 = openFileDatabase("Lotus WK1;", (lotus / "quattro_export" / "write_L1.wks").string());
+    EXPECT_EQ(names(*wk1), (std::vector<std::string>{"write_L2", "write_L1"}));
+    EXPECT_EQ(rowsOf(*wk1, "write_L1"), rowsOf(*wk1, "write_L2"));
+    auto wk4 = openFileDatabase("Lotus WK4;", (lotus / "quattro_export" / "write_L9.123").string());
+    EXPECT_EQ(names(*wk4), (std::vector<std::string>{"write_L45", "write_L9", "write_L97"}));
+    EXPECT_EQ(rowsOf(*wk4, "write_L9"), rowsOf(*wk4, "write_L45"));
+    EXPECT_EQ(rowsOf(*wk4, "write_L97"), rowsOf(*wk4, "write_L45"));
+
+    auto crlf = openFileDatabase("Lotus WK1;", (lotus / "crlf" / "crlfq9.wk1").string());
+    const auto crlfNames = names(*crlf);
+    EXPECT_NE(std::find(crlfNames.begin(), crlfNames.end(), "crlfq9"), crlfNames.end());
+    EXPECT_NE(std::find(crlfNames.begin(), crlfNames.end(), "crlfq9#wks"), crlfNames.end());
+    EXPECT_EQ(rowsOf(*crlf, "crlfq9#wks").size(), rowsOf(*crlf, "crlfq9").size());
+}
