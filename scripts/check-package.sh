@@ -32,7 +32,9 @@ for f in bin/rowquill bin/rowquill-cli \
   share/icons/hicolor/scalable/apps/rowquill.svg \
   share/icons/hicolor/48x48/apps/rowquill.png \
   share/icons/hicolor/256x256/apps/rowquill.png \
-  share/man/man1/rowquill.1; do
+  share/man/man1/rowquill.1 \
+  share/man/man1/rowquill-cli.1 \
+  share/bash-completion/completions/rowquill-cli; do
   if [ ! -e "$prefix/$f" ]; then echo "missing from the install tree: $f" >&2; missing=1; fi
 done
 if find "$prefix/bin" -mindepth 1 ! -name rowquill ! -name rowquill-cli | grep .; then
@@ -51,6 +53,11 @@ $SUDO apt-get install -y "$deb" >/dev/null
 trap '$SUDO apt-get remove -y rowquill >/dev/null; rm -rf "$prefix"' EXIT
 /usr/bin/rowquill-cli --version
 /usr/bin/rowquill --version
+# The installed programs at work: the batch converter on the bundled example,
+# and the window's help pages found in the installed tree.
+/usr/bin/rowquill-cli convert examples/orders/orders.csv -o "$prefix/example.xml"
+grep -q "Vins et alcools Chevalier" "$prefix/example.xml"
+test -f /usr/share/rowquill/help/helpfiles/help_rowquill/sitemap.html
 $SUDO apt-get remove -y rowquill >/dev/null
 trap 'rm -rf "$prefix"' EXIT
 if [ -e /usr/bin/rowquill ]; then echo "rowquill is still installed" >&2; exit 1; fi

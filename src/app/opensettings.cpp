@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QStringList>
 #include <algorithm>
 #include <cmath>
 
@@ -12,7 +13,19 @@ namespace rq::ui {
 OpenDialogSettings openDialogSettings(const QString& c) {
     const Kind* kind = kindByConnect(c.toStdString());
     if (!kind) return {};
-    return {QString::fromStdString(kind->dialogTitle), QString::fromStdString(kind->dialogFilter)};
+    // The classic filter first; then every form the reader reads, when that is
+    // more than the classic filter shows; then every file.
+    QString filter = QString::fromStdString(kind->dialogFilter);
+    QStringList patterns;
+    for (const std::string& ext : kind->extensions)
+        if (!ext.empty() && ext.front() == '.')
+            patterns << QStringLiteral("*") + QString::fromStdString(ext);
+    const QString classicPatterns = filter.section(QLatin1Char('|'), 1, 1);
+    if (patterns.size() > 1 || (patterns.size() == 1 && patterns.front() != classicPatterns))
+        filter += QStringLiteral("|All supported files (%1)|%2")
+                      .arg(patterns.join(QLatin1Char(' ')), patterns.join(QLatin1Char(';')));
+    filter += QStringLiteral("|All files (*)|*");
+    return {QString::fromStdString(kind->dialogTitle), filter};
 }
 
 QString helpPagePath(const QString& programFolder, const char* relative) {

@@ -46,6 +46,9 @@ const OptionInfo kOptions[] = {
      "the table or stored query (\"orders#csv\", \"Sheet1$\"); not needed when the source holds "
      "one"},
     {Opt::Sql, "sql", 0, "STATEMENT", "read the result of a statement instead of a table"},
+    {Opt::Param, "param", 0, "NAME=VALUE",
+     "the value of a parameter a stored query asks for, such as \"Beginning Date=1996-07-01\" "
+     "(may be repeated)"},
     {Opt::Layout, "layout", 0, "FILE", "use a layout file instead of the default layout"},
     {Opt::Split, "split", 0, "N",
      "one document per N records (N >= 1) into the folder given by -o (absent or empty)"},
@@ -182,6 +185,16 @@ void handleOption(Opt id, const std::string& flag, const char* value, Settings& 
         case Opt::Rfc4180:
             s.rfc4180 = true;
             break;
+        case Opt::Param: {
+            const std::size_t eq = v.find('=');
+            if (eq == std::string::npos || eq == 0)
+                usageError("--param needs NAME=VALUE, not \"" + v + "\"");
+            std::string name = v.substr(0, eq);
+            if (name.size() > 2 && name.front() == '[' && name.back() == ']')
+                name = name.substr(1, name.size() - 2);
+            s.parameters.emplace_back(name, v.substr(eq + 1));
+            break;
+        }
         case Opt::Help:
             s.help = true;
             break;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace rq::cli {
@@ -61,6 +62,7 @@ enum class Opt : int {
     Schema,
     RootAttribute,
     Rfc4180,
+    Param,
     Help,
 };
 
@@ -80,6 +82,8 @@ struct Settings {
     bool help = false;
     std::optional<std::string> schemaNamespace, schemaLocation;
     std::vector<std::string> rootAttributes;
+    // --param NAME=VALUE: values for the parameters of stored queries.
+    std::vector<std::pair<std::string, std::string>> parameters;
 };
 
 class Command {

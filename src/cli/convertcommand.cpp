@@ -31,11 +31,25 @@ class ConvertCommand : public Command {
                "which must be absent or empty.";
     }
     std::vector<Opt> options() const override {
-        return {
-            Opt::Odbc,          Opt::Timeout,      Opt::Kind,   Opt::Password, Opt::Codepage,
-            Opt::Table,         Opt::Sql,          Opt::Layout, Opt::Split,    Opt::ConvertSymbols,
-            Opt::Cp1252,        Opt::Xslt,         Opt::Css,    Opt::Dtd,      Opt::Schema,
-            Opt::RootAttribute, Opt::AllowDamaged, Opt::Output};
+        return {Opt::Odbc,
+                Opt::Timeout,
+                Opt::Kind,
+                Opt::Password,
+                Opt::Codepage,
+                Opt::Table,
+                Opt::Param,
+                Opt::Sql,
+                Opt::Layout,
+                Opt::Split,
+                Opt::ConvertSymbols,
+                Opt::Cp1252,
+                Opt::Xslt,
+                Opt::Css,
+                Opt::Dtd,
+                Opt::Schema,
+                Opt::RootAttribute,
+                Opt::AllowDamaged,
+                Opt::Output};
     }
 
     int execute(Settings& s, Io& io) override {

@@ -51,8 +51,9 @@ class ExportCommand : public Command {
                "with --rfc4180 standard CSV that other programs read.";
     }
     std::vector<Opt> options() const override {
-        return {Opt::Odbc,  Opt::Timeout, Opt::Kind,    Opt::Password,     Opt::Codepage,
-                Opt::Table, Opt::Sql,     Opt::Rfc4180, Opt::AllowDamaged, Opt::Output};
+        return {Opt::Odbc,     Opt::Timeout,      Opt::Kind,  Opt::Password,
+                Opt::Codepage, Opt::Table,        Opt::Param, Opt::Sql,
+                Opt::Rfc4180,  Opt::AllowDamaged, Opt::Output};
     }
 
     int execute(Settings& s, Io& io) override {

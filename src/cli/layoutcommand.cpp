@@ -23,9 +23,9 @@ class LayoutCommand : public Command {
                "it is given to convert --layout.";
     }
     std::vector<Opt> options() const override {
-        return {Opt::Odbc,   Opt::Timeout,       Opt::Kind,  Opt::Password, Opt::Codepage,
-                Opt::Table,  Opt::Sql,           Opt::Xslt,  Opt::Css,      Opt::Dtd,
-                Opt::Schema, Opt::RootAttribute, Opt::Output};
+        return {Opt::Odbc,  Opt::Timeout, Opt::Kind,          Opt::Password, Opt::Codepage,
+                Opt::Table, Opt::Param,   Opt::Sql,           Opt::Xslt,     Opt::Css,
+                Opt::Dtd,   Opt::Schema,  Opt::RootAttribute, Opt::Output};
     }
 
     int execute(Settings& s, Io& io) override {

@@ -214,12 +214,15 @@ std::string tableToRead(Database& db, const Settings& s) {
 DataSheet loadSource(Database& db, Settings& s, Io& io, ProgressLine& line, bool strict) {
     DataSheet sheet;
     CountingSink sink(sheet, line);
+    db.setParameterValues(s.parameters);
     try {
         if (!s.sql.empty())
             db.query(s.sql, sink);
         else
             db.read(tableToRead(db, s), sink);
     } catch (const DatabaseError& e) {
+        if (e.code() == kErrParameterMissing)
+            sourceError(std::string(e.what()) + " Give it with --param NAME=VALUE.");
         sourceError(e.what());
     }
     line.clear();

@@ -13,9 +13,14 @@ class WindowRules : public QObject {
     Q_OBJECT
   private slots:
     void openDialogOnlyForAnExactKind() {
+        // The classic filter first, then the other forms the reader reads, then every file.
         const OpenDialogSettings dbase = openDialogSettings("Dbase IV;");
-        QVERIFY(dbase.filter.endsWith("|*.dbf"));
+        QCOMPARE(dbase.filter, QString("Dbase DBs (*.dbf)|*.dbf|All files (*)|*"));
         QVERIFY(!dbase.title.isEmpty());
+        QCOMPARE(Dialogs::qtFilter(openDialogSettings("Text;").filter),
+                 QString("Text Files (*.txt);;All supported files (*.txt *.csv *.tab *.asc);;"
+                         "All files (*)"));
+        QVERIFY(openDialogSettings("Microsoft Access").filter.contains("|*.mdb;*.accdb|"));
         // The comparison is exact: another spelling is no kind at all.
         for (const char* other : {"dbase IV;", "Text", ""}) {
             QVERIFY2(openDialogSettings(other).title.isEmpty(), other);

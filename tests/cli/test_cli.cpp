@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "cli_test_support.h"
@@ -242,4 +243,33 @@ TEST_F(CliFiles, SqlStatementsGoThroughTheQueryEngine) {
     EXPECT_EQ(bad.status, 2);
     EXPECT_TRUE(oneLine(bad.err)) << bad.err;
     EXPECT_FALSE(fs::exists(dir / "b.xml"));
+}
+
+// A stored query that asks for dates runs with --param and says which value it
+// lacks without one.
+TEST_F(CliTest, StoredQueryParametersComeFromParam) {
+    const fs::path nwind = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
+    if (!fs::exists(nwind)) GTEST_SKIP() << "no fixture " << nwind;
+    const std::string query = "Employee Sales by Country";
+    Result missing = run({"export", nwind.string(), "--table", query, "--param",
+                          "Beginning Date=1995-01-01", "-o", path("a.csv")});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_TRUE(oneLine(missing.err)) << missing.err;
+    EXPECT_NE(missing.err.find("Ending Date"), std::string::npos) << missing.err;
+    EXPECT_NE(missing.err.find("--param"), std::string::npos) << missing.err;
+    EXPECT_FALSE(fs::exists(dir / "a.csv"));
+
+    Result ok =
+        run({"export", nwind.string(), "--table", query, "--param", "Beginning Date=1995-01-01",
+             "--param", "[Ending Date]=1995-12-31", "--rfc4180", "-o", path("a.csv")});
+    ASSERT_EQ(ok.status, 0) << ok.err;
+    Result count = run({"export", nwind.string(), "--rfc4180", "--sql",
+                        "Select Count(*) As N From Orders Where ShippedDate Between #1995-01-01# "
+                        "And #1995-12-31#"});
+    ASSERT_EQ(count.status, 0) << count.err;
+    const std::string csv = slurp(dir / "a.csv");
+    const long lines = std::count(csv.begin(), csv.end(), '\n');
+    EXPECT_EQ("N\r\n" + std::to_string(lines - 1) + "\r\n", count.out);
+
+    EXPECT_EQ(run({"export", nwind.string(), "--table", query, "--param", "=x"}).status, 1);
 }

@@ -174,8 +174,9 @@ class AccessDatabase : public Database {
         loadQueryRows();
         auto it = queryRows_.find(q->id);
         if (it == queryRows_.end()) return {};
-        return jet::bindParameters(jet::rebuildQuerySql(it->second, q->flags),
-                                   jet::declaredParameters(it->second), parameterValues(), q->name);
+        const std::string sql = jet::rebuildQuerySql(it->second, q->flags);
+        return jet::bindParameters(sql, jet::queryParameters(it->second, sql), parameterValues(),
+                                   q->name);
     }
 
     std::vector<QueryParameter> storedQueryParameters(const std::string& name) override {
@@ -194,7 +195,8 @@ class AccessDatabase : public Database {
         loadQueryRows();
         auto it = queryRows_.find(q->id);
         if (it == queryRows_.end()) return;
-        for (const QueryParameter& p : jet::declaredParameters(it->second)) {
+        const std::string text = jet::rebuildQuerySql(it->second, q->flags);
+        for (const QueryParameter& p : jet::queryParameters(it->second, text)) {
             auto same = [&p](const QueryParameter& o) {
                 return lowerAscii(o.name) == lowerAscii(p.name);
             };
@@ -202,7 +204,7 @@ class AccessDatabase : public Database {
         }
         sql::Translation t;
         try {
-            t = sql::translateStatement(jet::rebuildQuerySql(it->second, q->flags));
+            t = sql::translateStatement(text);
         } catch (const DatabaseError&) {
             return;
         }

@@ -278,6 +278,22 @@ bool sameText(std::string_view a, std::string_view b) {
     return a.size() == b.size() && lower(std::string(a)) == lower(std::string(b));
 }
 
+// A parameter's name without the brackets it may be written with:
+// "[Forms]![Orders]![OrderID]" is "Forms!Orders!OrderID".
+std::string unbracketed(std::string_view name) {
+    std::string out;
+    for (char c : name)
+        if (c != '[' && c != ']') out += c;
+    return out;
+}
+
+// The bracketed form of a name: "[Beginning Date]", "[Forms]![Orders]![OrderID]".
+std::string bracketed(std::string_view name) {
+    std::string out = "[";
+    for (char c : unbracketed(name)) out += c == '!' ? std::string("]![") : std::string(1, c);
+    return out + "]";
+}
+
 bool isWordChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '_' ||
            static_cast<unsigned char>(c) >= 0x80;
@@ -345,11 +361,11 @@ std::string bindParameters(const std::string& sql, const std::vector<QueryParame
     };
     std::vector<Reference> refs;
     for (std::size_t i = 0; i < declared.size(); ++i) {
-        const std::string& n = declared[i].name;
-        if (n.front() != '[') refs.push_back({"[" + n + "]", false, i});
-        bool word = true;
+        const std::string n = unbracketed(declared[i].name);
+        refs.push_back({bracketed(n), false, i});
+        bool word = !n.empty();
         for (char c : n) word = word && isWordChar(c);
-        if (word || n.front() == '[') refs.push_back({n, word, i});
+        if (word) refs.push_back({n, true, i});
     }
     std::stable_sort(refs.begin(), refs.end(), [](const Reference& a, const Reference& b) {
         return a.text.size() > b.text.size();
@@ -358,8 +374,9 @@ std::string bindParameters(const std::string& sql, const std::vector<QueryParame
     auto literalFor = [&](std::size_t i) -> const std::string& {
         if (literals[i].empty()) {
             const QueryParameter& p = declared[i];
-            auto v = std::find_if(values.begin(), values.end(),
-                                  [&](const auto& kv) { return sameText(kv.first, p.name); });
+            auto v = std::find_if(values.begin(), values.end(), [&](const auto& kv) {
+                return sameText(unbracketed(kv.first), unbracketed(p.name));
+            });
             if (v == values.end())
                 throw DatabaseError("The stored query '" + queryName +
                                         "' needs a value for the parameter [" + p.name + "].",
@@ -386,7 +403,10 @@ std::string bindParameters(const std::string& sql, const std::vector<QueryParame
             continue;
         }
         const Reference* hit = nullptr;
+        // A name after a dot is a column of a table, never a parameter.
+        const bool afterDot = i > 0 && sql[i - 1] == '.';
         for (const Reference& r : refs) {
+            if (afterDot) break;
             if (sql.size() - i < r.text.size() ||
                 !sameText(std::string_view(sql).substr(i, r.text.size()), r.text))
                 continue;
@@ -409,6 +429,46 @@ std::string bindParameters(const std::string& sql, const std::vector<QueryParame
         } else {
             out += c;
             ++i;
+        }
+    }
+    return out;
+}
+
+std::vector<QueryParameter> queryParameters(const std::vector<QueryRow>& rows,
+                                            const std::string& sql) {
+    std::vector<QueryParameter> out = declaredParameters(rows);
+    auto known = [&out](const std::string& name) {
+        for (const QueryParameter& p : out)
+            if (sameText(unbracketed(p.name), name)) return true;
+        return false;
+    };
+    // References to a form's controls ("[Forms]![Orders]![OrderID]") name no
+    // column or table: they are parameters even when none is declared.
+    char quote = 0;
+    for (std::size_t i = 0; i < sql.size(); ++i) {
+        const char c = sql[i];
+        if (quote) {
+            if (c == quote) quote = 0;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+        } else if (c == '[') {
+            std::size_t end = i;
+            int parts = 0;
+            while (end < sql.size() && sql[end] == '[') {
+                const std::size_t close = sql.find(']', end);
+                if (close == std::string::npos) break;
+                ++parts;
+                end = close + 1;
+                if (end + 1 < sql.size() && sql[end] == '!' && sql[end + 1] == '[')
+                    ++end;
+                else
+                    break;
+            }
+            if (parts >= 2 && (i == 0 || sql[i - 1] != '.')) {
+                const std::string name = unbracketed(std::string_view(sql).substr(i, end - i));
+                if (!known(name)) out.push_back({name, kText});
+            }
+            if (end > i) i = end - 1;
         }
     }
     return out;

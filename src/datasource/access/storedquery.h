@@ -29,6 +29,11 @@ std::string rebuildQuerySql(const std::vector<QueryRow>& rows, int objectFlags);
 // The parameters a stored query declares (its PARAMETERS clause), in stored order.
 std::vector<QueryParameter> declaredParameters(const std::vector<QueryRow>& rows);
 
+// The parameters a stored query asks for: those it declares, then references
+// to form controls ("[Forms]![Orders]![OrderID]") it uses without declaring.
+std::vector<QueryParameter> queryParameters(const std::vector<QueryRow>& rows,
+                                            const std::string& sql);
+
 // The statement with every reference to a declared parameter outside quoted
 // text ("[Beginning Date]", or the name as written when it is bracketed
 // already) replaced by its value as a literal of the declared type: text
