@@ -17,6 +17,7 @@
 #include "app/tagproperties.h"
 #include "generate/documentwriter.h"
 #include "layout/layoutsnapshot.h"
+#include "widgethelpers.h"
 
 namespace rq::testing {
 

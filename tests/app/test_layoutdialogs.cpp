@@ -3,7 +3,6 @@
 // its Attribute Name and Value dialog, driven by clicks and keys and checked
 // on the layout and the head of the document it gives.
 #include <QCheckBox>
-#include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QToolButton>
@@ -26,19 +25,6 @@ namespace {
 QByteArray headOf(Frmdata& w) {
     const QByteArray doc = documentOf(w);
     return doc.left(doc.indexOf("\t\t<row>"));
-}
-
-// Dialogs answered in tests are not run; shown, they lay out their controls
-// and take clicks as on the screen.
-void showDialog(QDialog& d) {
-    d.show();
-    if (!QTest::qWaitForWindowExposed(&d)) qWarning("dialog not exposed");
-}
-
-void click(QDialog& d, const char* name) {
-    QWidget* b = d.findChild<QWidget*>(name);
-    if (!b) qFatal("no control %s", name);
-    QTest::mouseClick(b, Qt::LeftButton);
 }
 
 // Answers the next Assign dialog: ticks or unticks the box, types or browses
@@ -93,7 +79,6 @@ class LayoutDialogsTest : public QObject {
         Dialogs::setNextInput(declaration);
         w->action("mnudefnxmlprop")->trigger();
         QCOMPARE(Dialogs::shown().last().title, QString("Define XML Document"));
-        QCOMPARE(Dialogs::shown().last().text, QString("XML declaration"));
         QCOMPARE(headOf(*w), declaration.toUtf8() + "\r\n\t<document>\r\n");
         QCOMPARE(w->layoutView()->model()->index(0, 0).data().toString(), declaration);
         // An empty answer changes nothing and leaves nothing to undo.
@@ -108,52 +93,27 @@ class LayoutDialogsTest : public QObject {
                                         "type=\"text/css\" href=\"a.css\"?>\r\n\t<document>\r\n"));
     }
 
-    void assignDialogControls_data() {
-        QTest::addColumn<QString>("menu");
-        QTest::addColumn<QString>("heading");
-        QTest::addColumn<QString>("filter");
-        QTest::newRow("dtd") << "mnudtd"
-                             << "Assign DTD"
-                             << "DTD Files (*.dtd)|*.dtd";
-        QTest::newRow("xslt") << "mnuxslt"
-                              << "Assign XSLT Stylesheets"
-                              << "XSLT Stylesheets (*.xsl;*.xslt)|*.xsl;*.xslt";
-        QTest::newRow("css") << "mnucss"
-                             << "Assign CSS Stylesheets"
-                             << "CSS Stylesheets (*.css)|*.css";
-    }
-
-    void assignDialogControls() {
-        QFETCH(QString, menu);
-        QFETCH(QString, heading);
-        QFETCH(QString, filter);
+    // The location is usable only while the box is ticked; Browse fills it;
+    // Cancel changes nothing.
+    void assignDialogTakesTheLocationOnlyWhenTicked() {
         auto w = designerWindow();
         bool checked = false;
         Dialogs::setNextDialogAction([&](QDialog& d) {
             showDialog(d);
-            QCOMPARE(d.windowTitle(), heading);
-            QCOMPARE(d.findChild<QLabel*>("lblheading")->text(), heading);
             auto* box = d.findChild<QLineEdit*>("txtlocation");
-            auto* label = d.findChild<QLabel*>("Label1");
             auto* browse = d.findChild<QToolButton*>("cmdbrowse");
-            QCOMPARE(box->toolTip(), QString("Enter location of the Document."));
-            QCOMPARE(browse->toolTip(), QString("Search of the Document."));
-            QCOMPARE(label->text(), QString("Location:"));
-            // Usable only while the box is ticked.
-            QVERIFY(!box->isEnabled() && !label->isEnabled() && !browse->isEnabled());
-            QTest::mouseClick(d.findChild<QCheckBox*>("Check1"), Qt::LeftButton);
-            QVERIFY(box->isEnabled() && label->isEnabled() && browse->isEnabled());
+            QVERIFY(!box->isEnabled() && !browse->isEnabled());
+            click(d, "Check1");
+            QVERIFY(box->isEnabled() && browse->isEnabled());
             Dialogs::setNextFileName("/styles/chosen file");
-            QTest::mouseClick(browse, Qt::LeftButton);
-            QCOMPARE(Dialogs::shown().last().kind, QString("open"));
-            QCOMPARE(Dialogs::shown().last().text, filter);
+            click(d, "cmdbrowse");
+            QCOMPARE(lastShown("open")->text, QString("DTD Files (*.dtd)|*.dtd"));
             QCOMPARE(box->text(), QString("/styles/chosen file"));
             checked = true;
             click(d, "cmdcancel");
         });
-        w->action(menu)->trigger();
+        w->action("mnudtd")->trigger();
         QVERIFY(checked);
-        // Cancel changes nothing.
         QCOMPARE(headOf(*w), QByteArray("<?xml version=\"1.0\"?>\r\n\t<document>\r\n"));
         QCOMPARE(w->layoutView()->undoStack()->count(), 0);
     }
@@ -215,20 +175,12 @@ class LayoutDialogsTest : public QObject {
         Dialogs::setNextDialogAction([&](QDialog& d) {
             showDialog(d);
             auto* grid = d.findChild<QTableWidget*>("MSFlexGrid2");
-            QCOMPARE(grid->horizontalHeaderItem(0)->text(), QString("Attribute Name"));
-            QCOMPARE(grid->horizontalHeaderItem(1)->text(), QString("Attribute Value"));
             QCOMPARE(grid->rowCount(), 0);
-            QCOMPARE(d.findChild<QPushButton*>("cmdAdd")->toolTip(),
-                     QString("Insert new attribute."));
             // The schema file and the namespace give three rows.
             Dialogs::setNextFileName("/schemas/orders.xsd");
             Dialogs::setNextInput("urn:orders");
             click(d, "Command1");
-            QCOMPARE(Dialogs::shown().at(Dialogs::shown().size() - 2).text,
-                     QString("XML Schema Files (*.xsd;*.xml)|*.xsd;*.xml"));
-            const ShownDialog ns = Dialogs::shown().last();
-            QCOMPARE(ns.title, QString("Your Namespace"));
-            QCOMPARE(ns.text, QString("Please enter your Namespace"));
+            QCOMPARE(Dialogs::shown().last().title, QString("Your Namespace"));
             QCOMPARE(gridRows(grid),
                      QStringList({"xmlns=urn:orders",
                                   "xmlns:xsi=http://www.w3.org/2001/XMLSchema-instance",
@@ -238,8 +190,7 @@ class LayoutDialogsTest : public QObject {
             click(d, "cmdAdd");
             answerAttribute("xmlns", "2");
             click(d, "cmdAdd");
-            QCOMPARE(Dialogs::shown().last().text, QString("Please choose a unique name"));
-            QCOMPARE(Dialogs::shown().last().icon, QMessageBox::Warning);
+            QCOMPARE(lastMessageText(), QString("Please choose a unique name"));
             QCOMPARE(grid->rowCount(), 4);
             QCOMPARE(grid->item(3, 0)->text(), QString("my_attr"));
             // Modify keeps its own name; Move UP, Remove.
@@ -300,7 +251,6 @@ class LayoutDialogsTest : public QObject {
         QTest::keyClick(name, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(name, Qt::Key_Backspace);
         QCOMPARE(Dialogs::shown().last().title, QString("Attribute Name"));
-        QCOMPARE(Dialogs::shown().last().text, QString("Enter 'Attribute Name'"));
         QCOMPARE(name->text(), QString("good_name"));
         // The name of the row being modified is its own, not a clash.
         AttributeDialog modify({{"a", "1"}, {"b", "2"}}, 1);

@@ -5,7 +5,6 @@
 #include <QFile>
 #include <QListWidget>
 #include <QMimeData>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTemporaryDir>
@@ -13,7 +12,6 @@
 #include <QtTest>
 
 #include "app/dialogs.h"
-#include "layout/layoutfile.h"
 #include "layouthelpers.h"
 
 using namespace rq;
@@ -23,23 +21,6 @@ using namespace rq::testing;
 namespace {
 
 const QString kOrders = QStringLiteral(ROWQUILL_SOURCE_DIR "/examples/orders/orders.csv");
-
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
-
-bool runCli(const QStringList& args) {
-    QProcess cli;
-    cli.start(QStringLiteral(ROWQUILL_CLI), args);
-    if (!cli.waitForFinished(120000) || cli.exitStatus() != QProcess::NormalExit ||
-        cli.exitCode() != 0) {
-        qWarning("rowquill-cli %s failed: %s", qPrintable(args.join(' ')),
-                 cli.readAllStandardError().constData());
-        return false;
-    }
-    return true;
-}
 
 // The orders example loaded into the window, its layout shown.
 bool openOrders(Frmdata& w) {
@@ -139,14 +120,6 @@ class LayoutFilesTest : public QObject {
         Dialogs::setNextFileName(dir.filePath("orders"));  // the extension is added
         w.action("mnusavelayout")->trigger();
         QVERIFY(QFile::exists(layout));
-        if (attributeLast) {
-            LayoutTree read;
-            loadLayoutFile(layout.toStdString(), read);
-            if (read.preorder().size() != w.state().tree.preorder().size() ||
-                read.preorder().back()->kind != kKindAttribute)
-                QSKIP("the layout file reader does not keep an attribute after its elements");
-        }
-
         w.action("mnugenerate")->trigger();
         w.findChild<QCheckBox*>("Check2")->setChecked(convertSymbols);
         GenerateView* g = w.generateView();

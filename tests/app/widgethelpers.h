@@ -1,15 +1,21 @@
-// Small helpers the window tests share: reading a list or a sheet row as
-// text, and clicking tabs, tool buttons and list rows as a user would.
+// Small helpers the window tests share: reading a list, a sheet row or a file
+// as text, finding a dialog's controls and what the Dialogs façade showed, and
+// clicking tabs, tool buttons, buttons and list rows as a user would.
 #pragma once
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QDialog>
+#include <QFile>
 #include <QListWidget>
+#include <QProcess>
 #include <QStringList>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
 #include <QtTest>
 
+#include "app/dialogs.h"
 #include "sheet/datasheet.h"
 
 namespace rq::testing {
@@ -29,6 +35,60 @@ inline QStringList sheetRow(const DataSheet& sheet, int row) {
 // "a|b|c" as the list of its parts.
 inline QStringList split(const char* parts) {
     return QString::fromUtf8(parts).split(QLatin1Char('|'));
+}
+
+inline QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll()
+                                       : QByteArray("<missing " + path.toUtf8() + ">");
+}
+
+#ifdef ROWQUILL_CLI
+// Runs the batch converter; false, with its error output, when it fails.
+inline bool runCli(const QStringList& args) {
+    QProcess cli;
+    cli.start(QStringLiteral(ROWQUILL_CLI), args);
+    if (cli.waitForFinished(120000) && cli.exitStatus() == QProcess::NormalExit &&
+        cli.exitCode() == 0)
+        return true;
+    qWarning("rowquill-cli %s failed: %s", qPrintable(args.join(' ')),
+             cli.readAllStandardError().constData());
+    return false;
+}
+#endif
+
+// The last dialog of a kind the window showed through the Dialogs façade.
+inline const ui::ShownDialog* lastShown(const char* kind = "message") {
+    const auto& shown = ui::Dialogs::shown();
+    for (auto it = shown.rbegin(); it != shown.rend(); ++it)
+        if (it->kind == QLatin1String(kind)) return &*it;
+    return nullptr;
+}
+
+inline QString lastMessageText() {
+    const ui::ShownDialog* m = lastShown();
+    return m ? m->text : QString();
+}
+
+template <typename T>
+T* child(QWidget& parent, const char* name) {
+    T* w = parent.findChild<T*>(QString::fromUtf8(name));
+    if (!w) qWarning("no child %s", name);
+    return w;
+}
+
+// Dialogs answered in tests are not run; shown, they lay out their controls
+// and take clicks as on the screen.
+inline void showDialog(QDialog& d) {
+    d.show();
+    if (!QTest::qWaitForWindowExposed(&d)) qWarning("dialog not exposed");
+}
+
+// Clicks a dialog's button by name; it must be there and enabled.
+inline void click(QWidget& d, const char* name) {
+    auto* b = d.findChild<QWidget*>(QString::fromUtf8(name));
+    QVERIFY2(b && b->isEnabled(), name);
+    QTest::mouseClick(b, Qt::LeftButton);
 }
 
 // Clicks the tab of a shown tab widget.
@@ -59,8 +119,15 @@ inline void chooseByKeys(QWidget* window, Qt::Key menu, std::initializer_list<Qt
 
 inline void clickRow(QListWidget* list, int row) {
     QCoreApplication::processEvents();
+    list->scrollToItem(list->item(row));
     const QRect rect = list->visualItemRect(list->item(row));
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+}
+
+inline void clickItem(QListWidget* list, const QString& text) {
+    const auto found = list->findItems(text, Qt::MatchExactly);
+    QVERIFY2(!found.isEmpty(), qPrintable(text));
+    clickRow(list, list->row(found.first()));
 }
 
 inline void doubleClickRow(QListWidget* list, int row) {
