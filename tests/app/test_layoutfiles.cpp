@@ -131,7 +131,7 @@ class LayoutFilesTest : public QObject {
         const QString cliFile = dir.filePath("cli.xml");
         QStringList args{"convert",    kOrders,    "--kind", "Text;", "--table",
                          "orders#csv", "--layout", layout,   "-o",    cliFile};
-        if (convertSymbols) args << "--convert-symbols";
+        if (!convertSymbols) args << "--cp1252";
         QVERIFY(runCli(args));
         const QByteArray fromWindow = readAll(windowFile);
         QCOMPARE(fromWindow, readAll(cliFile));
