@@ -3,6 +3,7 @@
 #include <malloc.h>
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -226,7 +227,12 @@ bool readsAsNumber(std::string_view t, double* value) {
         i = j;
     }
     if (i != e) return false;
-    if (value) *value = std::strtod(std::string(t.substr(b, e - b)).c_str(), nullptr);
+    if (value) {
+        // The text is a plain decimal number here; from_chars reads it as strtod
+        // would, without a copy.
+        if (t[b] == '+') ++b;
+        std::from_chars(t.data() + b, t.data() + e, *value);
+    }
     return true;
 }
 
@@ -243,10 +249,17 @@ int compareText(std::string_view a, std::string_view b) {
     return 0;
 }
 
-int compareGeneric(std::string_view a, std::string_view b) {
-    double x, y;
-    if (readsAsNumber(a, &x) && readsAsNumber(b, &y)) return x < y ? -1 : (x > y ? 1 : 0);
-    return compareText(a, b);
+// A cell as the sort compares it: numbers as numbers, other text ignoring
+// case. Worked out once per cell rather than once per comparison.
+struct SortKey {
+    std::string_view text;
+    double number = 0;
+    bool isNumber = false;
+};
+
+int compareKeys(const SortKey& a, const SortKey& b) {
+    if (a.isNumber && b.isNumber) return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
+    return compareText(a.text, b.text);
 }
 
 }  // namespace
@@ -262,9 +275,38 @@ std::vector<int> DataSheet::sortPermutation(int order, int* first) const {
     std::vector<int> from(static_cast<std::size_t>(r2 - r1 + 1));
     for (std::size_t i = 0; i < from.size(); ++i) from[i] = static_cast<int>(i);
     const RowData* base = rows_.data() + r1;
+    const std::size_t width = static_cast<std::size_t>(c2 - c1 + 1);
+    std::vector<SortKey> keys(from.size() * width);
+    for (std::size_t i = 0; i < from.size(); ++i)
+        for (std::size_t c = 0; c < width; ++c) {
+            SortKey& k = keys[i * width + c];
+            k.text = base[i].cell(c1 + static_cast<int>(c));
+            k.isNumber = readsAsNumber(k.text, &k.number);
+        }
+    if (width == 1) {
+        // One column: the keys themselves are sorted, next to each other in
+        // memory; equal keys keep their order through the record number.
+        struct Entry {
+            SortKey key;
+            int index;
+        };
+        std::vector<Entry> entries(from.size());
+        for (std::size_t i = 0; i < from.size(); ++i) entries[i] = {keys[i], static_cast<int>(i)};
+        keys = {};
+        std::sort(entries.begin(), entries.end(), [order](const Entry& a, const Entry& b) {
+            const int k = compareKeys(a.key, b.key);
+            if (k != 0) return order == 1 ? k < 0 : k > 0;
+            return a.index < b.index;
+        });
+        for (std::size_t i = 0; i < from.size(); ++i) from[i] = entries[i].index;
+        *first = r1;
+        return from;
+    }
     auto less = [&](int a, int b) {
-        for (int c = c1; c <= c2; ++c) {
-            int k = compareGeneric(base[a].cell(c), base[b].cell(c));
+        const SortKey* ka = &keys[static_cast<std::size_t>(a) * width];
+        const SortKey* kb = &keys[static_cast<std::size_t>(b) * width];
+        for (std::size_t c = 0; c < width; ++c) {
+            int k = compareKeys(ka[c], kb[c]);
             if (k != 0) return order == 1 ? k < 0 : k > 0;
         }
         return false;
