@@ -95,4 +95,17 @@ TEST(DataSheet, SortComparesNumbersAsNumbersAndTextOtherwise) {
     EXPECT_EQ(s.cell(5, 0), "9");
     EXPECT_EQ(s.cell(1, 0), "Banana");
     EXPECT_EQ(s.cell(0, 0), "");
+    // Equal keys ("a" and "A", 2 and 2.0) keep the order they had, both ways.
+    DataSheet t(5, 2);
+    const char* keys[] = {"a", "2", "A", "2.0"};
+    for (int r = 1; r <= 4; ++r) {
+        t.setCell(r, 0, keys[r - 1]);
+        t.setCell(r, 1, std::to_string(r));
+    }
+    for (int order : {1, 2}) {
+        t.sort(order);
+        std::string seen;
+        for (int r = 1; r <= 4; ++r) seen += std::string(t.cell(r, 1));
+        EXPECT_EQ(seen, order == 1 ? "2413" : "1324");
+    }
 }
