@@ -553,7 +553,7 @@ void GenerateView::generateSeparate() {
                 lastStep = step;
                 c.post([this, text = QString::fromStdString(status)] { setStatus(text); });
             };
-            result = writeSeparateFiles(state_.tree, state_.work, state_.sheet, n, out.path(),
+            result = writeSeparateFiles(state_.tree, state_.work, state_.sheet, n, out,
                                         convert, progress);
         };
         separateProgress_->setValue(0);

@@ -119,7 +119,7 @@ class ConvertCommand : public Command {
                 if (k % 100 == 0 || k == total) line.show(status);
             };
         try {
-            writeSeparateFiles(tree, work, sheet, s.split, folder.path(), !s.cp1252, progress);
+            writeSeparateFiles(tree, work, sheet, s.split, folder, !s.cp1252, progress);
         } catch (const std::runtime_error& e) {
             sourceError(e.what());
         }

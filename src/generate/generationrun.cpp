@@ -8,15 +8,6 @@
 
 namespace rq {
 
-namespace {
-
-std::string withSlash(std::string path) {
-    if (path.empty() || path.back() != '/') path += '/';
-    return path;
-}
-
-}  // namespace
-
 std::string runSingleFile(LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
                           const RecordProgress& progress) {
     return buildDocument(tree, work, sheet, sheet.rows() - 1, progress);
@@ -36,10 +27,10 @@ std::string documentsMadeText(int documents, int rowsPerFile) {
 }
 
 SplitResult writeSeparateFiles(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
-                               int n, const std::string& folder, bool convertSymbols,
+                               int n, AtomicFolder& folderOut, bool convertSymbols,
                                const SplitProgress& progress) {
     SplitResult result;
-    result.folder = withSlash(folder);
+    result.folder = folderOut.path();
     if (n < 1) return result;
     const int records = std::max(sheet.rows() - 1, 0);
     const int full = (records - records % n) / n;
@@ -58,9 +49,7 @@ SplitResult writeSeparateFiles(const LayoutTree& tree, WorkingTable& work, const
         bytes.clear();
         appendDocumentBytes(bytes, doc, convertSymbols);
         bytes += "\r\n";
-        AtomicFile f;
-        if (!f.open(result.folder + name) || !f.write(bytes) || !f.commit())
-            throw GenerationError(f.error());
+        if (!folderOut.writeFile(name, bytes)) throw GenerationError(folderOut.error());
         result.files.push_back(std::move(name));
         ++result.documents;
     };

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/io/folders.h"
 #include "generate/documentwriter.h"
 #include "layout/layouttree.h"
 #include "layout/workingtable.h"
@@ -58,10 +59,9 @@ bool saveSeparateFiles(const std::string& runFolder, const std::string& target, 
 // shorter last block, never an empty file; n < 1 writes nothing. The files are
 // written into an existing folder (which is neither emptied nor made); the
 // layout must have been tidied. Throws GenerationError when a file cannot be
-// written. Callers write into an AtomicFolder's
-// temporary folder and commit it.
+// written. The files go into the folder's temporary folder; the caller commits it.
 SplitResult writeSeparateFiles(const LayoutTree& tree, WorkingTable& work, const DataSheet& sheet,
-                               int n, const std::string& folder, bool convertSymbols,
+                               int n, AtomicFolder& folderOut, bool convertSymbols,
                                const SplitProgress& progress = {});
 
 }  // namespace rq

@@ -80,16 +80,30 @@ TEST(SeparateFiles, ProgressPerFullBlockAndTheBytesOfEachFile) {
     Names statuses;
     SplitProgress p;
     p.file = [&](int, int, double, const std::string& st) { statuses.push_back(st); };
-    SplitResult r = writeSeparateFiles(t, w, s, 10, dir.str(), false, p);
+    AtomicFolder out;
+    ASSERT_TRUE(out.open((dir / "split").string()));
+    SplitResult r = writeSeparateFiles(t, w, s, 10, out, false, p);
     EXPECT_EQ(r.files, (Names{"form_row_1_to_row_10_.xml", "form_row_11_to_row_20_.xml",
                               "form_row_21_to_row_25_.xml"}));
     // Not called for the shorter last block.
     EXPECT_EQ(statuses, (Names{"Completing Document:1 of 2", "Completing Document:2 of 2"}));
     // Each file is the document over its block, as the writer makes it, plus a line end.
-    EXPECT_EQ(slurp(dir / r.files[2]), buildDocumentRange(t, w, s, 21, 25) + "\r\n");
-    for (int n : {0, -4}) EXPECT_EQ(writeSeparateFiles(t, w, s, n, dir.str(), false).documents, 0);
-    EXPECT_EQ(listing(dir / "").size(), 3u);
-    EXPECT_THROW(writeSeparateFiles(t, w, s, 2, "/nonexistent/rowquill", false), GenerationError);
+    for (int n : {0, -4}) EXPECT_EQ(writeSeparateFiles(t, w, s, n, out, false).documents, 0);
+    // Nothing shows under the final name before the folder is committed.
+    EXPECT_FALSE(fs::exists(dir / "split"));
+    ASSERT_TRUE(out.commit()) << out.error();
+    EXPECT_EQ(slurp(dir / "split" / r.files[2]), buildDocumentRange(t, w, s, 21, 25) + "\r\n");
+    EXPECT_EQ(listing(dir / "split/").size(), 3u);
+    // A file that cannot be made (it exists already) stops the run with its name.
+    AtomicFolder again;
+    ASSERT_TRUE(again.open((dir / "again").string()));
+    std::ofstream(again.path() + r.files[0]) << "x";
+    try {
+        writeSeparateFiles(t, w, s, 10, again, false);
+        ADD_FAILURE() << "an existing file was overwritten";
+    } catch (const GenerationError& e) {
+        EXPECT_NE(std::string(e.what()).find(r.files[0]), std::string::npos) << e.what();
+    }
 }
 
 TEST(SeparateFiles, SavedIntoAnAbsentOrEmptyFolderOnly) {

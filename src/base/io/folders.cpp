@@ -144,8 +144,44 @@ bool AtomicFolder::open(const std::string& finalPath) {
     return true;
 }
 
+bool AtomicFolder::writeFile(const std::string& name, std::string_view bytes) {
+    const std::string file = path() + name;
+    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        error_ = "Cannot write " + file + ": " + std::strerror(errno);
+        return false;
+    }
+    while (!bytes.empty()) {
+        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+            error_ = "Cannot write " + file + ": " + std::strerror(n < 0 ? errno : ENOSPC);
+            ::close(fd);
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+    if (::close(fd) != 0) {
+        error_ = "Cannot write " + file + ": " + std::strerror(errno);
+        return false;
+    }
+    return true;
+}
+
 bool AtomicFolder::commit() {
     if (temp_.empty()) return false;
+    // One sync of the file system for every file written, before the folder
+    // shows under its final name.
+    if (const int dir = ::open(temp_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); dir >= 0) {
+        const int rc = ::syncfs(dir);
+        const int err = errno;
+        ::close(dir);
+        if (rc != 0) {
+            error_ = "Cannot write the folder " + final_ + ": " + std::strerror(err);
+            abort();
+            return false;
+        }
+    }
     // Into an absent place without replacing anything that appeared meanwhile;
     // over an empty folder by rename, which refuses a non-empty one.
     int rc = ::renameat2(AT_FDCWD, temp_.c_str(), AT_FDCWD, final_.c_str(), RENAME_NOREPLACE);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace rq {
 
@@ -37,8 +38,12 @@ class AtomicFolder {
     bool open(const std::string& finalPath);
     // The temporary folder to write into, ending in "/".
     std::string path() const { return temp_.empty() ? std::string() : temp_ + "/"; }
-    // Renames the temporary folder into place; refused when the final folder
-    // has meanwhile become a non-empty folder or a file.
+    // Writes a new file of the temporary folder straight: the folder as a
+    // whole is what appears atomically, so its files need no temporary names
+    // and no sync of their own. name is relative to path().
+    bool writeFile(const std::string& name, std::string_view bytes);
+    // Syncs what was written, then renames the temporary folder into place; refused when the final
+    // folder has meanwhile become a non-empty folder or a file.
     bool commit();
     void abort();
     const std::string& error() const { return error_; }
