@@ -515,7 +515,12 @@ void GenerateView::generateSeparate() {
             throw GenerationError("There is no working folder to write the separate files into.");
         tidyLayout(state_.tree, state_.work);
         const std::string folder = state_.tempFolder + "Split";
-        removeFolder(folder);
+        // The last run's files are removed by the run, off this thread.
+        std::string lastRun = setFolderAside(folder);
+        if (lastRun == folder) {
+            removeFolder(folder);
+            lastRun.clear();
+        }
         // The files go into a hidden folder that is renamed into place only
         // when the run is complete.
         AtomicFolder out;
@@ -526,6 +531,7 @@ void GenerateView::generateSeparate() {
         RisingPercent bar(separateProgress_);
         SplitResult result;
         auto work = [&](RunControl& c) {
+            if (!lastRun.empty()) removeFolder(lastRun);
             // The bar shows whole documents plus the part of the one being
             // written; the text names each full document (at most a thousand
             // texts a run).
@@ -553,8 +559,8 @@ void GenerateView::generateSeparate() {
                 lastStep = step;
                 c.post([this, text = QString::fromStdString(status)] { setStatus(text); });
             };
-            result = writeSeparateFiles(state_.tree, state_.work, state_.sheet, n, out,
-                                        convert, progress);
+            result = writeSeparateFiles(state_.tree, state_.work, state_.sheet, n, out, convert,
+                                        progress);
         };
         separateProgress_->setValue(0);
         const RunResult run = runInBackground(this, tr("Generating the XML files..."), work);

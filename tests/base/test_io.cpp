@@ -172,3 +172,18 @@ TEST(AtomicFolder, AppearsWhenCompleteAndOnlyOnce) {
     AtomicFolder third;  // refused for a folder that is not empty
     EXPECT_FALSE(third.open(dir / "out"));
 }
+
+TEST(AtomicFolder, AFolderSetAsideKeepsItsFilesOutOfTheWay) {
+    TempDir dir;
+    const std::string split = (dir.path / "Split").string();
+    EXPECT_EQ(setFolderAside(split), "");
+    fs::create_directory(split);
+    std::ofstream(split + "/a.xml") << "x";
+    const std::string aside = setFolderAside(split);
+    EXPECT_FALSE(fs::exists(split));
+    EXPECT_EQ(fs::path(aside).parent_path(), dir.path);
+    EXPECT_TRUE(fs::exists(aside + "/a.xml"));
+    // The name is free again at once for the next run.
+    AtomicFolder next;
+    EXPECT_TRUE(next.open(split)) << next.error();
+}

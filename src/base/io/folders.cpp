@@ -144,6 +144,20 @@ bool AtomicFolder::open(const std::string& finalPath) {
     return true;
 }
 
+std::string setFolderAside(const std::string& folder) {
+    struct stat st;
+    if (::lstat(folder.c_str(), &st) != 0) return {};
+    const std::filesystem::path p(folder);
+    std::string aside = (p.parent_path() / ("." + p.filename().string() + ".oldXXXXXX")).string();
+    if (::mkdtemp(aside.data()) == nullptr) return folder;
+    // rename() replaces the empty folder just made.
+    if (::rename(folder.c_str(), aside.c_str()) != 0) {
+        ::rmdir(aside.c_str());
+        return folder;
+    }
+    return aside;
+}
+
 bool AtomicFolder::writeFile(const std::string& name, std::string_view bytes) {
     const std::string file = path() + name;
     const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);

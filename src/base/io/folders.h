@@ -18,6 +18,11 @@ void removeWorkingFolder(const std::string& path);
 // Removes the folder and its contents (DeleteAFolder); errors are ignored; an
 // empty path is refused, so no path is ever derived from an empty name.
 void removeFolder(const std::string& path);
+// Moves a folder out of the way at once, under a hidden name beside it, so
+// that removing it (which takes a while for many files) can happen later or
+// on another thread. Returns the name to remove: "" when there was no folder,
+// the folder itself when it could not be moved.
+std::string setFolderAside(const std::string& folder);
 // True when the folder is empty or absent (isfoldem).
 bool isFolderEmpty(const std::string& folder);
 // Copies the files of `from` into `to`, creating `to` (copyfold). False on any
