@@ -25,6 +25,7 @@
 #include <algorithm>
 #include <climits>
 #include <stdexcept>
+#include <thread>
 
 #include "app/backgroundrun.h"
 #include "app/browserpane.h"
@@ -515,12 +516,14 @@ void GenerateView::generateSeparate() {
             throw GenerationError("There is no working folder to write the separate files into.");
         tidyLayout(state_.tree, state_.work);
         const std::string folder = state_.tempFolder + "Split";
-        // The last run's files are removed by the run, off this thread.
-        std::string lastRun = setFolderAside(folder);
-        if (lastRun == folder) {
+        // The last run's files are set aside at once and removed on a thread
+        // of their own: the new run does not wait for them (what is left at
+        // exit goes with the working folder).
+        const std::string lastRun = setFolderAside(folder);
+        if (lastRun == folder)
             removeFolder(folder);
-            lastRun.clear();
-        }
+        else if (!lastRun.empty())
+            std::thread([lastRun] { removeFolder(lastRun); }).detach();
         // The files go into a hidden folder that is renamed into place only
         // when the run is complete.
         AtomicFolder out;
@@ -531,7 +534,6 @@ void GenerateView::generateSeparate() {
         RisingPercent bar(separateProgress_);
         SplitResult result;
         auto work = [&](RunControl& c) {
-            if (!lastRun.empty()) removeFolder(lastRun);
             // The bar shows whole documents plus the part of the one being
             // written; the text names each full document (at most a thousand
             // texts a run).
