@@ -39,6 +39,10 @@ inline std::string quoted(const std::string& s) {
     return q + "'";
 }
 
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 // True when the text is exactly one line ended by a line feed.
 inline bool oneLine(const std::string& s) {
     return !s.empty() && s.find('\n') == s.size() - 1;
@@ -84,6 +88,26 @@ class CliTest : public ::testing::Test {
         r.status = rq::cli::runCli(args, io);
         r.out = out.str();
         r.err = err.str();
+        return r;
+    }
+
+    // Runs the commands with "-o FILE" added, expecting success; what FILE then holds.
+    std::string written(std::vector<std::string> args, const std::string& file) {
+        args.insert(args.end(), {"-o", path(file)});
+        const Result r = run(args);
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        return slurp(dir / file);
+    }
+
+    // The run fails with the status and one line on standard error that holds the text.
+    Result expectError(const std::vector<std::string>& args, int status,
+                       const std::string& part = "") {
+        const Result r = run(args);
+        EXPECT_EQ(r.status, status) << r.err;
+        EXPECT_TRUE(oneLine(r.err)) << r.err;
+        EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;
+        EXPECT_NE(r.err.find(part), std::string::npos) << r.err;
         return r;
     }
 

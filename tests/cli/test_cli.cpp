@@ -62,12 +62,7 @@ TEST_F(CliFiles, HelpAndUsageErrors) {
         {"convert", path("db/orders.csv"), "--table", "orders#csv", "--root-attribute", "noequals",
          "-o", path("x.xml")},
     };
-    for (const auto& args : bad) {
-        Result r = run(args);
-        EXPECT_EQ(r.status, 1) << r.err;
-        EXPECT_TRUE(oneLine(r.err)) << r.err;
-        EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;
-    }
+    for (const auto& args : bad) expectError(args, 1);
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
@@ -85,12 +80,7 @@ TEST_F(CliFiles, SourceErrorsExitWithTwo) {
           path("no/such/folder/x.xml")},
          "no/such/folder"},
     };
-    for (const auto& [args, needle] : bad) {
-        Result r = run(args);
-        EXPECT_EQ(r.status, 2) << r.err;
-        EXPECT_TRUE(oneLine(r.err)) << r.err;
-        EXPECT_NE(r.err.find(needle), std::string::npos) << r.err;
-    }
+    for (const auto& [args, needle] : bad) expectError(args, 2, needle);
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
@@ -103,20 +93,18 @@ TEST_F(CliFiles, TablesListsTheFolder) {
 }
 
 TEST_F(CliFiles, ConvertWritesUtf8OrCodePage1252) {
-    Result r = run({"convert", path("db/orders.csv"), "--table", "orders.csv", "--cp1252", "-o",
-                    path("out.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, "");
     std::string cp1252Body = kOrdersBody;
     cp1252Body.replace(cp1252Body.find("Zo\xC3\xAB"), 4, "Zo\xEB");
     cp1252Body.replace(cp1252Body.find("K\xC3\xB6ln \xE2\x82\xAC"), 9, "K\xF6ln \x80");
-    EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + cp1252Body + "\r\n");
+    EXPECT_EQ(
+        written({"convert", path("db/orders.csv"), "--table", "orders.csv", "--cp1252"}, "out.xml"),
+        "<?xml version=\"1.0\"?>\r\n" + cp1252Body + "\r\n");
 
     // UTF-8 by default; --convert-symbols says so again.
-    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "-o", path("out.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "out.xml"), "<?xml version=\"1.0\"?>\r\n" + kOrdersBody + "\r\n");
-    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--convert-symbols"});
+    EXPECT_EQ(written({"convert", path("db/orders.csv"), "--table", "orders#csv"}, "out.xml"),
+              "<?xml version=\"1.0\"?>\r\n" + kOrdersBody + "\r\n");
+    Result r =
+        run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--convert-symbols"});
     EXPECT_EQ(r.out, slurp(dir / "out.xml"));
     // Nothing but the output in the folder: the temporary file was renamed.
     int files = 0;
@@ -125,11 +113,10 @@ TEST_F(CliFiles, ConvertWritesUtf8OrCodePage1252) {
 }
 
 TEST_F(CliFiles, PrologAndRootAttributeOptions) {
-    Result r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--xslt", "s.xsl",
-                    "--dtd", "d.dtd", "--schema", "urn:o", "o.xsd", "--root-attribute",
-                    "my lang=en", "-o", path("out.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string doc = slurp(dir / "out.xml");
+    const std::string doc =
+        written({"convert", path("db/orders.csv"), "--table", "orders#csv", "--xslt", "s.xsl",
+                 "--dtd", "d.dtd", "--schema", "urn:o", "o.xsd", "--root-attribute", "my lang=en"},
+                "out.xml");
     EXPECT_EQ(doc.substr(0, doc.find("\t\t<row>")),
               "<?xml version=\"1.0\"?>\r\n"
               "<?xml:stylesheet type=\"text/xsl\" href=\"s.xsl\"?>\r\n"
@@ -152,11 +139,9 @@ TEST_F(CliFiles, SplitWritesBlocksIntoAnEmptyFolderOnly) {
               "<?xml version=\"1.0\"?>\r\n\t<document>\r\n\t\t<row>\r\n\t\t\t<n>E</n></row>\r\n"
               "\t</document>\r\n\r\n");
 
-    Result again = run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2",
-                        "-o", path("split")});
-    EXPECT_EQ(again.status, 2);
-    EXPECT_NE(again.err.find("is not empty"), std::string::npos);
-    EXPECT_TRUE(oneLine(again.err));
+    expectError({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2", "-o",
+                 path("split")},
+                2, "is not empty");
 
     fs::create_directory(dir / "empty");
     EXPECT_EQ(run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "10", "-o",
@@ -167,9 +152,7 @@ TEST_F(CliFiles, SplitWritesBlocksIntoAnEmptyFolderOnly) {
 }
 
 TEST_F(CliFiles, ExportWritesTheCsvText) {
-    Result r = run({"export", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "o.txt"),
+    EXPECT_EQ(written({"export", path("db/orders.csv"), "--table", "orders#csv"}, "o.txt"),
               "\"ID\",\"Name\",\"City\"\r\n"
               "\"1\",\"Zo\xC3\xAB\",\"K\xC3\xB6ln \xE2\x82\xAC\",\r\n"
               "\"2\",\"Smith, J\",\"a<b\",\r\n"
@@ -178,10 +161,8 @@ TEST_F(CliFiles, ExportWritesTheCsvText) {
 }
 
 TEST_F(CliFiles, LayoutFileOutAndBackIn) {
-    Result r =
-        run({"layout", path("db/orders.csv"), "--table", "orders#csv", "-o", path("o.rqlayout")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string text = slurp(dir / "o.rqlayout");
+    const std::string text =
+        written({"layout", path("db/orders.csv"), "--table", "orders#csv"}, "o.rqlayout");
     EXPECT_NE(text.find("<root name=\"document\">"), std::string::npos);
     EXPECT_NE(text.find("<data-element name=\"City\" column=\"2\"/>"), std::string::npos);
 
@@ -190,20 +171,18 @@ TEST_F(CliFiles, LayoutFileOutAndBackIn) {
     edited.replace(edited.find("<data-element name=\"ID\" column=\"0\"/>"), 36,
                    "<data-attribute name=\"id\" column=\"0\"/>");
     write("edited.rqlayout", edited);
-    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout",
-             path("edited.rqlayout"), "--convert-symbols", "-o", path("out.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string doc = slurp(dir / "out.xml");
+    const std::string doc = written({"convert", path("db/orders.csv"), "--table", "orders#csv",
+                                     "--layout", path("edited.rqlayout"), "--convert-symbols"},
+                                    "out.xml");
     EXPECT_NE(doc.find("\t\t<row id=\"2\">\r\n\t\t\t<Name>Smith, J</Name>"), std::string::npos);
     EXPECT_EQ(doc.find("<ID>"), std::string::npos);
 
     write("broken.rqlayout",
           "<rowquill-layout>\n<root name=\"d\">\n<attribute name=\"a\" value=\"\"/>\n</root>\n"
           "</rowquill-layout>\n");
-    r = run({"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout",
-             path("broken.rqlayout"), "-o", path("bad.xml")});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("line 3"), std::string::npos) << r.err;
+    expectError({"convert", path("db/orders.csv"), "--table", "orders#csv", "--layout",
+                 path("broken.rqlayout"), "-o", path("bad.xml")},
+                2, "line 3");
     EXPECT_FALSE(fs::exists(dir / "bad.xml"));
 }
 
@@ -230,18 +209,15 @@ TEST_F(CliFiles, ConvertGivesTheBytesOfTheWindowsSave) {
 }
 
 TEST_F(CliFiles, SqlStatementsGoThroughTheQueryEngine) {
-    Result r = run({"convert", path("db/orders.csv"), "--sql",
-                    "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC",
-                    "--convert-symbols", "-o", path("q.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "q.xml"),
+    EXPECT_EQ(written({"convert", path("db/orders.csv"), "--sql",
+                       "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC",
+                       "--convert-symbols"},
+                      "q.xml"),
               "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
               "\t\t<row>\r\n\t\t\t<Name>Zo\xC3\xAB</Name></row>\r\n"
               "\t\t<row>\r\n\t\t\t<Name>X</Name></row>\r\n"
               "\t</document>\r\n\r\n");
-    Result bad = run({"convert", path("db/orders.csv"), "--sql", "SELEC x", "-o", path("b.xml")});
-    EXPECT_EQ(bad.status, 2);
-    EXPECT_TRUE(oneLine(bad.err)) << bad.err;
+    expectError({"convert", path("db/orders.csv"), "--sql", "SELEC x", "-o", path("b.xml")}, 2);
     EXPECT_FALSE(fs::exists(dir / "b.xml"));
 }
 
@@ -251,11 +227,9 @@ TEST_F(CliTest, StoredQueryParametersComeFromParam) {
     const fs::path nwind = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
     if (!fs::exists(nwind)) GTEST_SKIP() << "no fixture " << nwind;
     const std::string query = "Employee Sales by Country";
-    Result missing = run({"export", nwind.string(), "--table", query, "--param",
-                          "Beginning Date=1995-01-01", "-o", path("a.csv")});
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_TRUE(oneLine(missing.err)) << missing.err;
-    EXPECT_NE(missing.err.find("Ending Date"), std::string::npos) << missing.err;
+    const Result missing = expectError({"export", nwind.string(), "--table", query, "--param",
+                                        "Beginning Date=1995-01-01", "-o", path("a.csv")},
+                                       2, "Ending Date");
     EXPECT_NE(missing.err.find("--param"), std::string::npos) << missing.err;
     EXPECT_FALSE(fs::exists(dir / "a.csv"));
 

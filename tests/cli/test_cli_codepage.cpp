@@ -14,10 +14,6 @@ fs::path doclife() {
     return fs::path(ROWQUILL_FIXTURES) / "btrieve" / "doclife";
 }
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 TEST_F(CliTest, BtrieveDictionaryNamesAndValuesInCodePage866) {
@@ -36,19 +32,16 @@ TEST_F(CliTest, BtrieveDictionaryNamesAndValuesInCodePage866) {
     ASSERT_EQ(dos.status, 0) << dos.err;
     EXPECT_FALSE(contains(dos.out, "Справочник_районов")) << dos.out;
 
-    r = run(
-        {"export", ddf, "--codepage", "866", "--table", "Справочник_районов", "-o", path("r.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string text = slurp(dir / "r.txt");
+    const std::string text =
+        written({"export", ddf, "--codepage", "866", "--table", "Справочник_районов"}, "r.txt");
     EXPECT_EQ(text.rfind("\"Номер_района\",\"Наименование_района\"\r\n", 0), 0u) << text;
     EXPECT_TRUE(contains(text, ",\"Адмиралтейский\",\r\n")) << text;
     EXPECT_TRUE(contains(text, ",\"Центральный\",\r\n")) << text;
-
     // The XML document in UTF-8 carries the same text.
-    r = run({"convert", ddf, "--codepage", "866", "--table", "Справочник_районов",
-             "--convert-symbols", "-o", path("r.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_TRUE(contains(slurp(dir / "r.xml"), ">Центральный</")) << slurp(dir / "r.xml");
+    EXPECT_TRUE(contains(written({"convert", ddf, "--codepage", "866", "--table",
+                                  "Справочник_районов", "--convert-symbols"},
+                                 "r.xml"),
+                         ">Центральный</"));
 }
 
 TEST_F(CliTest, TextFilesInTheGivenCodePage) {
@@ -56,25 +49,19 @@ TEST_F(CliTest, TextFilesInTheGivenCodePage) {
     write("db/w.csv", "id,name\r\n1,\xCF\xF0\xE8\xE2\xE5\xF2\r\n");
     write("db/u.csv",
           "\xEF\xBB\xBFid,name\r\n1,\xD0\x9F\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82\r\n");
-    Result r = run({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "1251", "-o",
-                    path("w.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "w.txt"), "\"id\",\"name\"\r\n\"1\",\"Привет\",\r\n\r\n");
-    // A byte-order mark outweighs the option.
-    r = run({"export", path("db/u.csv"), "--table", "u#csv", "--codepage", "1251", "-o",
-             path("u.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "u.txt"), "\"id\",\"name\"\r\n\"1\",\"Привет\",\r\n\r\n");
-
-    // Without the option the bytes are not UTF-8 and read as code page 1252.
-    r = run({"export", path("db/w.csv"), "--table", "w#csv", "-o", path("d.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string privet = "\"id\",\"name\"\r\n\"1\",\"Привет\",\r\n\r\n";
     EXPECT_EQ(
-        slurp(dir / "d.txt"),
+        written({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "1251"}, "w.txt"),
+        privet);
+    // A byte-order mark outweighs the option.
+    EXPECT_EQ(
+        written({"export", path("db/u.csv"), "--table", "u#csv", "--codepage", "1251"}, "u.txt"),
+        privet);
+    // Without the option the bytes are not UTF-8 and read as code page 1252.
+    EXPECT_EQ(
+        written({"export", path("db/w.csv"), "--table", "w#csv"}, "d.txt"),
         "\"id\",\"name\"\r\n\"1\",\"\xC3\x8F\xC3\xB0\xC3\xA8\xC3\xA2\xC3\xA5\xC3\xB2\",\r\n\r\n");
-
-    Result bad = run({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "x1251", "-o",
-                      path("x.txt")});
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_TRUE(oneLine(bad.err)) << bad.err;
+    expectError({"export", path("db/w.csv"), "--table", "w#csv", "--codepage", "x1251", "-o",
+                 path("x.txt")},
+                1);
 }

@@ -79,45 +79,35 @@ TEST_F(CliOdbc, TablesListsTablesThenViewsWithoutSystemNames) {
 }
 
 TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
-    Result r = run({"convert", "--odbc", connection, "--table", "Order Lines", "--convert-symbols",
-                    "-o", path("o.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "o.xml"), kOrderLinesXml);
-
+    EXPECT_EQ(
+        written({"convert", "--odbc", connection, "--table", "Order Lines", "--convert-symbols"},
+                "o.xml"),
+        kOrderLinesXml);
     // The typed name is matched to the listed one regardless of letter case;
     // with --cp1252 the document is in code page 1252.
-    r = run({"convert", "--odbc=" + connection, "--table", "order lines", "--cp1252", "-o",
-             path("w.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
     std::string western = kOrderLinesXml;
     western.replace(western.find("Zo\xC3\xAB"), 4, "Zo\xEB");
-    EXPECT_EQ(slurp(dir / "w.xml"), western);
-
-    r = run({"export", "--odbc", connection, "--table", "Order Lines", "-o", path("o.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "o.txt"),
+    EXPECT_EQ(
+        written({"convert", "--odbc=" + connection, "--table", "order lines", "--cp1252"}, "w.xml"),
+        western);
+    EXPECT_EQ(written({"export", "--odbc", connection, "--table", "Order Lines"}, "o.txt"),
               "\"id\",\"item\",\"price\"\r\n"
               "\"1\",\"Bolt\",\"2.5\",\r\n"
               "\"2\",\"Zo\xC3\xAB & <Co>\",\r\n"
               "\"3\",\"\",\"0.25\",\r\n"
               "\r\n");
-
-    r = run({"layout", "--odbc", connection, "--table", "Order Lines", "-o", path("o.rqlayout")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string layout = slurp(dir / "o.rqlayout");
-    EXPECT_NE(layout.find("<data-element name=\"id\" column=\"0\"/>"), std::string::npos);
-    EXPECT_NE(layout.find("<data-element name=\"price\" column=\"2\"/>"), std::string::npos);
+    const std::string layout =
+        written({"layout", "--odbc", connection, "--table", "Order Lines"}, "o.rqlayout");
+    EXPECT_TRUE(contains(layout, "<data-element name=\"id\" column=\"0\"/>"));
+    EXPECT_TRUE(contains(layout, "<data-element name=\"price\" column=\"2\"/>"));
     // A view, and a table the list hides.
-    r = run({"export", "--odbc", connection, "--table", "b view", "-o", path("v.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "v.txt"), "\"item\"\r\n\"Bolt\",\r\n\r\n");
-    r = run({"export", "--odbc", connection, "--table", "MSysObjects", "-o", path("m.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "m.txt"), "\"a\"\r\n\r\n");
+    EXPECT_EQ(written({"export", "--odbc", connection, "--table", "b view"}, "v.txt"),
+              "\"item\"\r\n\"Bolt\",\r\n\r\n");
+    EXPECT_EQ(written({"export", "--odbc", connection, "--table", "MSysObjects"}, "m.txt"),
+              "\"a\"\r\n\r\n");
     // A table the driver does not list at all goes to it as typed.
-    r = run({"export", "--odbc", connection, "--table", "sqlite_master", "-o", path("s.txt")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    std::string master = slurp(dir / "s.txt");
+    const std::string master =
+        written({"export", "--odbc", connection, "--table", "sqlite_master"}, "s.txt");
     EXPECT_EQ(master.rfind("\"type\",\"name\",\"tbl_name\",\"rootpage\",\"sql\"\r\n", 0), 0u)
         << master;
     EXPECT_NE(master.find("\r\n\"view\",\"b view\",\"b view\",\"0\","), std::string::npos)
@@ -125,12 +115,11 @@ TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
 }
 
 TEST_F(CliOdbc, SqlStatementsGoToTheDriverWithBracketedNames) {
-    Result r = run({"convert", "--odbc", connection, "--sql",
-                    "SELECT id, [item] FROM [Order Lines] WHERE price > 1 OR id = 2 "
-                    "ORDER BY id DESC",
-                    "--convert-symbols", "-o", path("q.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(slurp(dir / "q.xml"),
+    EXPECT_EQ(written({"convert", "--odbc", connection, "--sql",
+                       "SELECT id, [item] FROM [Order Lines] WHERE price > 1 OR id = 2 "
+                       "ORDER BY id DESC",
+                       "--convert-symbols"},
+                      "q.xml"),
               "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
               "\t\t<row>\r\n\t\t\t<id>2</id>\r\n"
               "\t\t\t<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item></row>\r\n"
@@ -151,13 +140,7 @@ TEST_F(CliOdbc, SourceErrorsAreOneLineWithExitTwo) {
         {{"export", "--odbc", connection, "--table", "Alpha", "-o", path("no/such/dir/x.xml")},
          "no/such/dir"},
     };
-    for (const auto& [args, needle] : bad) {
-        Result r = run(args);
-        EXPECT_EQ(r.status, 2) << args[2] << ": " << r.err;
-        EXPECT_TRUE(oneLine(r.err)) << r.err;
-        EXPECT_NE(r.err.find(needle), std::string::npos) << r.err;
-        EXPECT_EQ(r.out, "");
-    }
+    for (const auto& [args, needle] : bad) EXPECT_EQ(expectError(args, 2, needle).out, "");
     // The driver's words follow the prefix.
     Result r = run({"tables", "--odbc", "Driver=No Such Driver Here;"});
     EXPECT_GT(r.err.size(), std::string("rowquill-cli: Error Opening DataSource: \n").size());
@@ -177,12 +160,7 @@ TEST_F(CliOdbc, UsageErrorsAroundTheConnectionString) {
         {"sources", "--odbc", connection},
         {"tables"},
     };
-    for (const auto& args : bad) {
-        Result r = run(args);
-        EXPECT_EQ(r.status, 1) << r.err;
-        EXPECT_TRUE(oneLine(r.err)) << r.err;
-        EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;
-    }
+    for (const auto& args : bad) expectError(args, 1);
     EXPECT_FALSE(fs::exists(dir / "x"));
 
     Result help = run({"--help"});

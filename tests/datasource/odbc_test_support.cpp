@@ -18,23 +18,39 @@ namespace fs = std::filesystem;
 
 namespace rq::odbctest {
 
-void execute(const std::string& connectionString, const std::vector<std::string>& statements) {
+namespace {
+
+// A connection made with the driver manager alone, without the code under test.
+struct Connection {
     SQLHENV env = SQL_NULL_HENV;
     SQLHDBC dbc = SQL_NULL_HDBC;
-    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-    std::string cs = connectionString;
-    SQLRETURN rc = SQLDriverConnect(dbc, nullptr, reinterpret_cast<SQLCHAR*>(cs.data()),
-                                    static_cast<SQLSMALLINT>(cs.size()), nullptr, 0, nullptr,
-                                    SQL_DRIVER_NOPROMPT);
-    ASSERT_TRUE(SQL_SUCCEEDED(rc)) << "cannot connect: " << connectionString;
+    bool connected = false;
+    explicit Connection(std::string cs) {
+        SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+        SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+        SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+        connected = SQL_SUCCEEDED(SQLDriverConnect(
+            dbc, nullptr, reinterpret_cast<SQLCHAR*>(cs.data()),
+            static_cast<SQLSMALLINT>(cs.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT));
+    }
+    ~Connection() {
+        if (connected) SQLDisconnect(dbc);
+        SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+        SQLFreeHandle(SQL_HANDLE_ENV, env);
+    }
+};
+
+}  // namespace
+
+void execute(const std::string& connectionString, const std::vector<std::string>& statements) {
+    Connection c(connectionString);
+    ASSERT_TRUE(c.connected) << "cannot connect: " << connectionString;
     for (const auto& s : statements) {
         SQLHSTMT st = SQL_NULL_HSTMT;
-        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
+        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
         std::string text = s;
-        rc = SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
-                           static_cast<SQLINTEGER>(text.size()));
+        const SQLRETURN rc = SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
+                                           static_cast<SQLINTEGER>(text.size()));
         SQLCHAR state[8] = {}, message[1024] = {};
         SQLINTEGER native = 0;
         SQLSMALLINT length = 0;
@@ -43,40 +59,28 @@ void execute(const std::string& connectionString, const std::vector<std::string>
         SQLFreeHandle(SQL_HANDLE_STMT, st);
         EXPECT_TRUE(SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA) << s << ": " << message;
     }
-    SQLDisconnect(dbc);
-    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-    SQLFreeHandle(SQL_HANDLE_ENV, env);
 }
 
 std::string scalar(const std::string& connectionString, const std::string& statement) {
-    SQLHENV env = SQL_NULL_HENV;
-    SQLHDBC dbc = SQL_NULL_HDBC;
-    SQLHSTMT st = SQL_NULL_HSTMT;
-    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-    SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-    std::string cs = connectionString, text = statement, value;
-    if (SQL_SUCCEEDED(SQLDriverConnect(dbc, nullptr, reinterpret_cast<SQLCHAR*>(cs.data()),
-                                       static_cast<SQLSMALLINT>(cs.size()), nullptr, 0, nullptr,
-                                       SQL_DRIVER_NOPROMPT))) {
-        SQLAllocHandle(SQL_HANDLE_STMT, dbc, &st);
-        char buffer[4096] = {};
-        SQLLEN indicator = 0;
-        if (SQL_SUCCEEDED(SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
-                                        static_cast<SQLINTEGER>(text.size()))) &&
-            SQL_SUCCEEDED(SQLFetch(st)) &&
-            SQL_SUCCEEDED(SQLGetData(st, 1, SQL_C_CHAR, buffer, sizeof buffer, &indicator)) &&
-            indicator != SQL_NULL_DATA)
-            value = buffer;
-        else
-            ADD_FAILURE() << "cannot read " << statement;
-        SQLFreeHandle(SQL_HANDLE_STMT, st);
-        SQLDisconnect(dbc);
-    } else {
+    Connection c(connectionString);
+    if (!c.connected) {
         ADD_FAILURE() << "cannot connect: " << connectionString;
+        return {};
     }
-    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-    SQLFreeHandle(SQL_HANDLE_ENV, env);
+    SQLHSTMT st = SQL_NULL_HSTMT;
+    SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
+    std::string text = statement, value;
+    char buffer[4096] = {};
+    SQLLEN indicator = 0;
+    if (SQL_SUCCEEDED(SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
+                                    static_cast<SQLINTEGER>(text.size()))) &&
+        SQL_SUCCEEDED(SQLFetch(st)) &&
+        SQL_SUCCEEDED(SQLGetData(st, 1, SQL_C_CHAR, buffer, sizeof buffer, &indicator)) &&
+        indicator != SQL_NULL_DATA)
+        value = buffer;
+    else
+        ADD_FAILURE() << "cannot read " << statement;
+    SQLFreeHandle(SQL_HANDLE_STMT, st);
     return value;
 }
 

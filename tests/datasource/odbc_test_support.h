@@ -1,4 +1,4 @@
-// Shared pieces of the ODBC tests: a collecting sink, raw statement execution
+// Shared pieces of the ODBC tests: raw statement execution
 // for setting up data, the installed drivers, and a throw-away PostgreSQL server.
 #pragma once
 
@@ -6,24 +6,11 @@
 #include <vector>
 
 #include "datasource/database.h"
+#include "reader_test_support.h"
 
 namespace rq::odbctest {
 
-struct Collected : RecordSink {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-    bool ended = false;
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void row(const std::string_view* cells, std::size_t count) override {
-        rows.emplace_back(cells, cells + count);
-    }
-    void end() override { ended = true; }
-    std::vector<std::string> names() const {
-        std::vector<std::string> n;
-        for (const auto& f : fields) n.push_back(f.name);
-        return n;
-    }
-};
+using Collected = rq::testing::TableSink;
 
 // Runs statements on a fresh connection, failing the test on the first error.
 void execute(const std::string& connectionString, const std::vector<std::string>& statements);

@@ -1,5 +1,6 @@
-// Helpers shared by the reader tests: a sink that keeps what it is sent, the
-// message of the error a call throws, and a scratch folder removed at the end.
+// Helpers shared by the reader tests: a sink that keeps what it is sent, a
+// table loaded into a sheet, the message of the error a call throws, and a
+// scratch folder removed at the end.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,8 +15,23 @@
 #include <vector>
 
 #include "datasource/database.h"
+#include "datasource/sheetloader.h"
+#include "sheet/datasheet.h"
+
+// Skips the test, with a message, when a sample folder or file is absent.
+#define SKIP_WITHOUT(path) \
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no fixtures at " << (path)
 
 namespace rq::testing {
+
+inline const std::filesystem::path kFixtures = ROWQUILL_FIXTURES;
+
+// The cells as one text, "a|b|c", for compact expected rows.
+inline std::string joined(const std::vector<std::string>& cells) {
+    std::string s;
+    for (std::size_t i = 0; i < cells.size(); ++i) s += (i ? "|" : "") + cells[i];
+    return s;
+}
 
 struct TableSink : RecordSink {
     std::vector<Field> fields;
@@ -41,6 +57,7 @@ struct TableSink : RecordSink {
         for (const auto& f : fields) out.push_back(f.type);
         return out;
     }
+    std::string line(std::size_t r) const { return joined(rows.at(r)); }
     std::vector<std::string> column(std::size_t col) const {
         std::vector<std::string> out;
         for (const auto& r : rows) out.push_back(col < r.size() ? r[col] : "<missing>");
@@ -57,6 +74,42 @@ inline TableSink readTable(Database& db, const std::string& table) {
     TableSink sink;
     db.read(table, sink);
     return sink;
+}
+
+// A table loaded into a sheet as the window loads it; row 0 holds the names.
+struct LoadedSheet {
+    DataSheet sheet;
+    std::vector<Field> fields;
+    std::vector<std::string> warnings;
+    int records() const { return sheet.rows() - 1; }
+    std::string at(int r, int col) const { return std::string(sheet.cell(r, col)); }
+    std::vector<std::string> row(int r) const {
+        std::vector<std::string> cells;
+        for (int c = 0; c < sheet.cols(); ++c) cells.push_back(at(r, c));
+        return cells;
+    }
+    // Every row of the sheet, the names first, each as "a|b|c".
+    std::vector<std::string> lines() const {
+        std::vector<std::string> out;
+        for (int r = 0; r < sheet.rows(); ++r) out.push_back(joined(row(r)));
+        return out;
+    }
+    std::vector<std::string> names() const {
+        std::vector<std::string> out;
+        for (const auto& f : fields) out.push_back(f.name);
+        return out;
+    }
+    std::vector<int> types() const {
+        std::vector<int> out;
+        for (const auto& f : fields) out.push_back(f.type);
+        return out;
+    }
+};
+
+inline LoadedSheet loadSheet(Database& db, const std::string& table) {
+    LoadedSheet l;
+    l.fields = loadTable(db, table, l.sheet, &l.warnings);
+    return l;
 }
 
 inline std::vector<std::string> catalogNames(const std::vector<CatalogEntry>& entries) {

@@ -27,19 +27,7 @@ fs::path doclife() {
     return fs::path(ROWQUILL_FIXTURES) / "btrieve/doclife";
 }
 
-class Collect : public RecordSink {
-  public:
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void row(const std::string_view* cells, std::size_t n) override {
-        std::string line;
-        for (std::size_t i = 0; i < n; ++i) line += (i ? "|" : "") + std::string(cells[i]);
-        rows.push_back(line);
-    }
-    void warning(const std::string& text) override { warnings.push_back(text); }
-    std::vector<Field> fields;
-    std::vector<std::string> rows;
-    std::vector<std::string> warnings;
-};
+using Collect = rq::testing::TableSink;
 
 std::string joinNames(const std::vector<Field>& fields) {
     std::string s;
@@ -86,15 +74,14 @@ const Expected kDoclife[] = {
 };
 
 std::unique_ptr<Database> openDoclife(int codepage) {
-    OpenOptions o;
-    o.codepage = codepage;
-    return openFileDatabase("Btrieve;", (doclife() / "FILE.DDF").string(), o);
+    return openFileDatabase("Btrieve;", (doclife() / "FILE.DDF").string(),
+                            {.password = {}, .codepage = codepage});
 }
 
 }  // namespace
 
 TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
-    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    SKIP_WITHOUT(doclife());
     auto db = openDoclife(866);
     EXPECT_EQ(db->name(), (doclife() / "FILE.DDF").string());
     for (const auto& e : kDoclife) {
@@ -106,52 +93,35 @@ TEST(BtrieveDictionary, EveryDoclifeTableReadsAsStored) {
         ASSERT_EQ(c.rows.size(), e.count);
         EXPECT_TRUE(c.warnings.empty()) << c.warnings.front();
         if (e.count == 0) continue;
-        EXPECT_EQ(c.rows.front(), e.first);
-        EXPECT_EQ(c.rows.back(), e.last);
+        EXPECT_EQ(c.line(0), e.first);
+        EXPECT_EQ(c.line(e.count - 1), e.last);
     }
-    // Every other table whose data file exists reads without a warning too.
-    int read = 0;
-    for (const auto& entry : db->catalog()) {
-        Collect c;
-        try {
-            db->read(entry.name, c);
-        } catch (const DatabaseError&) {
-            continue;  // no data file
-        }
-        ++read;
-        EXPECT_TRUE(c.warnings.empty()) << entry.name << ": " << c.warnings.front();
-    }
-    EXPECT_EQ(read, 27);
     const auto districts = db->fields("Справочник_районов");
     EXPECT_EQ(districts.at(0).type, kInteger);  // autoincrement of 2 bytes
 }
 
 TEST(BtrieveDictionary, ACutDataFileGivesTheRecordsBeforeTheCut) {
-    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
-    const fs::path dir =
-        fs::temp_directory_path() / ("rq_btrieve_cut_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir);
+    SKIP_WITHOUT(doclife());
+    rq::testing::ScratchFolder scratch;
+    const fs::path& dir = scratch.path();
     for (const char* name : {"FILE.DDF", "FIELD.DDF"}) fs::copy(doclife() / name, dir / name);
     // The data file of "Договор" (46 records) without the second half of its pages.
     const std::string bytes = rq::testing::slurp(doclife() / "F17.DAT");
-    std::ofstream(dir / "F17.DAT", std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-    OpenOptions o;
-    o.codepage = 866;
-    auto db = openFileDatabase("Btrieve;", (dir / "FILE.DDF").string(), o);
+    scratch.write("F17.DAT", bytes.substr(0, bytes.size() / 2));
+    auto db = openFileDatabase("Btrieve;", (dir / "FILE.DDF").string(),
+                               {.password = {}, .codepage = 866});
     Collect c;
     db->read("Договор", c);
-    fs::remove_all(dir);
     ASSERT_GT(c.rows.size(), 0u);
     ASSERT_LT(c.rows.size(), 46u);
-    EXPECT_EQ(c.rows.front().substr(0, 12), "00-002513 (2");
+    EXPECT_EQ(c.rows.front().front(), "00-002513 (2");
     EXPECT_EQ(c.warnings,
               (std::vector<std::string>{(dir / "F17.DAT").string() + ": " +
                                         std::to_string(c.rows.size()) + " of 46 records read"}));
 }
 
 TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
-    if (!fs::exists(doclife())) GTEST_SKIP() << "no fixtures at " << doclife();
+    SKIP_WITHOUT(doclife());
     auto db = openDoclife(866);
     auto catalog = db->catalog();
     ASSERT_EQ(catalog.size(), 30u);
@@ -253,13 +223,13 @@ TEST_F(BtrieveBuiltDictionary, EveryFieldTypeBecomesItsText) {
     EXPECT_EQ(joinNames(c.fields),
               "Größe|lstr|zstr|i1|i2|i4|i8|u2|auto|f4|f8|mbf|date|nodate|time|stamp|dec|money|"
               "num|numsts|yes|no|cur|bit|guid|wstr|note|beyond");
-    EXPECT_EQ(c.rows[0],
+    EXPECT_EQ(c.line(0),
               "abc|xyz|hi|-1|-32768|123456|-2|65535|7|0.15|2.5|-0.5|2024-01-15||13:45:07.25|"
               "2024-01-15T13:45:00.5|-123.45|199.5|-1.25|-123|true|false|19.995|true|"
               "{00112233-4455-6677-8899-AABBCCDDEEFF}|Ab|Memo text|");
     // No variable part: the note is empty.
-    EXPECT_EQ(c.rows[1].substr(0, 4), "Zbc|");
-    EXPECT_EQ(c.rows[1].substr(c.rows[1].size() - 2), "||");
+    EXPECT_EQ(c.rows[1].front(), "Zbc");
+    EXPECT_EQ(c.line(1).substr(c.line(1).size() - 2), "||");
 }
 
 TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNamed) {
@@ -278,12 +248,7 @@ TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNam
     Collect c;
     open()->read("Typen", c);
     ASSERT_EQ(c.rows.size(), 2u);
-    auto cell = [&](std::size_t row, std::size_t col) {
-        std::string line = c.rows[row] + "|";
-        std::size_t start = 0;
-        for (std::size_t i = 0; i < col; ++i) start = line.find('|', start) + 1;
-        return line.substr(start, line.find('|', start) - start);
-    };
+    auto cell = [&](std::size_t row, std::size_t col) { return c.rows[row].at(col); };
     // Columns 12 date, 14 time, 16 dec, 18 num.
     for (std::size_t col : {12u, 14u, 16u, 18u}) EXPECT_EQ(cell(0, col), "") << col;
     EXPECT_EQ(cell(1, 16), "");

@@ -7,36 +7,21 @@
 #include <map>
 
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "reader_test_support.h"
-#include "sheet/datasheet.h"
 
 using namespace rq;
 using rq::testing::contains;
+using rq::testing::joined;
 using rq::testing::ScratchFolder;
 namespace fs = std::filesystem;
 
 namespace {
 
-const fs::path kFixtures = ROWQUILL_FIXTURES;
-
-#define REQUIRE_FIXTURES(sub)           \
-    if (!fs::exists(kFixtures / (sub))) \
-    GTEST_SKIP() << "fixture folder missing: " << (kFixtures / (sub)).string()
-
-struct Loaded {
-    DataSheet sheet;
-    std::vector<Field> fields;
-    std::vector<std::string> warnings;
-    int records() const { return sheet.rows() - 1; }
-    std::string at(int record, int col) const { return std::string(sheet.cell(record, col)); }
-};
+using Loaded = rq::testing::LoadedSheet;
+using rq::testing::kFixtures;
 
 Loaded load(const fs::path& folder, const std::string& table, const OpenOptions& options = {}) {
-    auto db = openDbaseFolder(folder.string(), options);
-    Loaded l;
-    l.fields = loadTable(*db, table, l.sheet, &l.warnings);
-    return l;
+    return rq::testing::loadSheet(*openDbaseFolder(folder.string(), options), table);
 }
 
 // Builds a small .dbf: fields are (name, type, length, decimals, flags).
@@ -107,8 +92,8 @@ struct Sample {
 };
 
 TEST(DbaseSamples, ValuesReadFromEveryVersion) {
-    REQUIRE_FIXTURES("dbase");
-    REQUIRE_FIXTURES("foxpro");
+    SKIP_WITHOUT(kFixtures / "dbase");
+    SKIP_WITHOUT(kFixtures / "foxpro");
     // clang-format off
     const Sample samples[] = {
         // The third record is marked deleted.
@@ -209,12 +194,10 @@ TEST(DbaseBuilt, NumbersLogicalsAndDatesTakeTheirForms) {
     dir.write("t.dbf", makeDbf(0x03, {{"N", 'N', 8, 2}, {"L", 'L', 1}, {"D", 'D', 8}}, records));
     Loaded t = load(dir.path(), "t");
     ASSERT_EQ(t.records(), 9);
-    for (int i = 0; i < 9; ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(t.at(i + 1, 0), rows[i].number);
-        EXPECT_EQ(t.at(i + 1, 1), rows[i].logical);
-        EXPECT_EQ(t.at(i + 1, 2), rows[i].date);
-    }
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(joined(t.row(i + 1)),
+                  std::string(rows[i].number) + "|" + rows[i].logical + "|" + rows[i].date)
+            << i;
     // Blank and zero dates are no date, not a damaged one.
     ASSERT_EQ(t.warnings.size(), 4u);
     EXPECT_EQ(t.warnings[0],
@@ -233,13 +216,7 @@ TEST(DbaseBuilt, VisualFoxProNullBitsFollowFieldOrder) {
     std::string r2 = std::string(" ") + "abcde" + le32(7) + "   " + "\x06";
     dir.write("v.dbf", makeDbf(0x30, f, {r1, r2}, 0x03));
     Loaded t = load(dir.path(), "v");
-    ASSERT_EQ(t.records(), 2);
-    ASSERT_EQ(t.sheet.cols(), 3);
-    EXPECT_EQ(t.at(1, 0), "ab");
-    EXPECT_EQ(t.at(1, 1), "42");
-    EXPECT_EQ(t.at(1, 2), "xyz");
-    EXPECT_EQ(t.at(2, 0), "");  // null
-    EXPECT_EQ(t.at(2, 1), "");  // null
+    EXPECT_EQ(t.lines(), (std::vector<std::string>{"V|I|C", "ab|42|xyz", "||"}));  // nulls
 }
 
 TEST(DbaseBuilt, DamagedFilesGiveErrorsNamingTheFileAndKeepTheSheet) {
@@ -280,8 +257,8 @@ TEST(DbaseBuilt, DamagedFilesGiveErrorsNamingTheFileAndKeepTheSheet) {
 // ------------------------------------------------------------ warnings
 
 TEST(DbaseWarnings, SamplesWarnOnlyAboutWhatTheyLack) {
-    REQUIRE_FIXTURES("dbase");
-    REQUIRE_FIXTURES("foxpro");
+    SKIP_WITHOUT(kFixtures / "dbase");
+    SKIP_WITHOUT(kFixtures / "foxpro");
     // Every sample table reads without a warning but these.
     const std::map<std::string, std::string> expected = {
         {"invalid_value",
@@ -318,7 +295,7 @@ TEST(DbaseWarnings, SamplesWarnOnlyAboutWhatTheyLack) {
 }
 
 TEST(DbaseWarnings, CutCopiesGiveWhatIsPresentAndSaySo) {
-    REQUIRE_FIXTURES("dbase/infused_dbf");
+    SKIP_WITHOUT(kFixtures / "dbase/infused_dbf");
     const fs::path from = kFixtures / "dbase/infused_dbf";
     const std::string dbf = rq::testing::slurp(from / "dbase_83.dbf");
     const std::string dbt = rq::testing::slurp(from / "dbase_83.dbt");

@@ -169,50 +169,5 @@ TEST(IsolatedRead, ACallerThatGivesUpLeavesNoChildBehind) {
     EXPECT_EQ(errno, ECHILD);
 }
 
-// A database whose calls all run in children; the catalog is read once.
-class CountingDatabase : public Database {
-  public:
-    explicit CountingDatabase(int* opens) { ++*opens; }
-    std::string name() const override { return "mem"; }
-    std::vector<CatalogEntry> catalog() override { return {{"t", 0}, {"q", 1}}; }
-    std::vector<Field> fields(const std::string& t) override {
-        if (t != "t") throw DatabaseError("no " + t, 42);
-        return {{"id", kLong}};
-    }
-    void read(const std::string& t, RecordSink& s) override {
-        s.begin(fields(t));
-        const std::string_view c = "7";
-        s.row(&c, 1);
-        s.end();
-    }
-    std::string storedQuerySql(const std::string& n) override { return n == "q" ? "SELECT 1" : ""; }
-};
-
-TEST(IsolatedRead, IsolatedDatabaseForwardsEveryCall) {
-    IsolationOn on;
-    int opens = 0;
-    auto db = isolatedDatabase("mem", [&] { return std::make_unique<CountingDatabase>(&opens); });
-    EXPECT_EQ(opens, 0);  // opened in a child, whose count is its own
-    EXPECT_EQ(db->catalog(), (std::vector<CatalogEntry>{{"t", 0}, {"q", 1}}));
-    EXPECT_EQ(db->fields("t").size(), 1u);
-    EXPECT_EQ(db->storedQuerySql("q"), "SELECT 1");
-    Recorder r;
-    db->read("t", r);
-    EXPECT_EQ(r.calls, (std::vector<std::string>{"begin id:4", "row|7", "end"}));
-    try {
-        db->fields("nope");
-        ADD_FAILURE() << "no error";
-    } catch (const DatabaseError& e) {  // the child's error, with its code
-        EXPECT_EQ(e.code(), 42);
-        EXPECT_STREQ(e.what(), "no nope");
-    }
-    // Turned off, the database is the opened one itself.
-    setIsolatedReads(false);
-    auto direct =
-        isolatedDatabase("mem", [&] { return std::make_unique<CountingDatabase>(&opens); });
-    EXPECT_EQ(opens, 1);
-    EXPECT_NE(dynamic_cast<CountingDatabase*>(direct.get()), nullptr);
-}
-
 }  // namespace
 }  // namespace rq
