@@ -232,45 +232,6 @@ class MainWindowTest : public QObject {
         QVERIFY(!w.action("mnusqlhand")->isEnabled());
     }
 
-    void openingAFixtureThroughTheMenu() {
-        const QString file = ROWQUILL_FIXTURES "/dbase/dbfread/people.dbf";
-        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
-        Frmdata w(false);
-        w.show();
-        Dialogs::setNextFileName(file);
-        w.action("mnuDBOdBASE3")->trigger();
-        if (!Dialogs::shown().isEmpty() &&
-            Dialogs::shown().last().text.contains("cannot be read yet"))
-            QSKIP("the dBase reader is not built yet");
-        QListWidget* list = w.tableList();
-        int people = -1;
-        for (int i = 0; i < list->count(); ++i)
-            if (list->item(i)->text().startsWith("people", Qt::CaseInsensitive)) people = i;
-        QVERIFY(people >= 0);
-        doubleClickRow(list, people);
-        // The two live records of the file (the third is deleted).
-        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"NAME", "BIRTHDATE"}));
-        QCOMPARE(w.state().sheet.rows(), 3);
-        QCOMPARE(w.state().sheet.cellText(1, 0), std::string("Alice"));
-        QCOMPARE(w.state().sheet.cellText(2, 1), std::string("1980-11-12"));
-    }
-
-    void theAccessPasswordFixtureAsksUntilRight() {
-        const QString file = ROWQUILL_FIXTURES "/access/jettoobjects/password-database.mdb";
-        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
-        Frmdata w(false);
-        Dialogs::setNextFileName(file);
-        answerPassword("wrong", "cmdOK");
-        answerPassword("abcd1234", "cmdOK");
-        w.action("mnuDBOMDB")->trigger();
-        const int asked = countShown("dialog");
-        if (asked == 0) QSKIP("the Access reader does not check this file's password");
-        QCOMPARE(asked, 2);
-        QVERIFY(w.database() != nullptr);
-        const QStringList names = items(w.tableList());
-        QVERIFY2(names.contains("Products"), qPrintable(names.join(',')));
-    }
-
     void aFileThatIsNoDatabaseGivesTheFormatErrorAndTheOdbcQuestion() {
         QTemporaryDir dir;
         const QString file = dir.filePath("notes.mdb");
