@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "app/dialogs.h"
+#include "app/frmdata.h"
 #include "datasource/database.h"
 
 namespace rq::testing {
@@ -15,11 +17,13 @@ class FakeDatabase : public Database {
     std::vector<Field> columns;
     std::vector<std::vector<std::string>> records;
     bool failReading = false;
+    std::vector<std::string> warnings;  // given to the sink before the records
 
     std::string name() const override { return "fake"; }
     std::vector<CatalogEntry> catalog() override { return entries; }
     std::vector<Field> fields(const std::string&) override { return columns; }
     void read(const std::string& table, RecordSink& sink) override {
+        for (const std::string& w : warnings) sink.warning(w);
         sink.begin(columns);
         for (std::size_t i = 0; i < records.size(); ++i) {
             if (failReading && i == 1)
@@ -40,6 +44,18 @@ inline std::unique_ptr<FakeDatabase> makeFakeDatabase(int count) {
     for (int i = 1; i <= count; ++i)
         db->records.push_back({std::to_string(i), "name " + std::to_string(i)});
     return db;
+}
+
+// Opens a fake Access file of `count` records through File → Open.
+inline void openFakeDatabase(ui::Frmdata& w, int count,
+                             std::function<void(FakeDatabase&)> adjust = {}) {
+    w.setDatabaseOpener([=](const std::string&, const std::string&, const OpenOptions&) {
+        auto db = makeFakeDatabase(count);
+        if (adjust) adjust(*db);
+        return std::unique_ptr<Database>(std::move(db));
+    });
+    ui::Dialogs::setNextFileName("/data/shop.mdb");
+    w.action("mnuDBOMDB")->trigger();
 }
 
 }  // namespace rq::testing

@@ -3,11 +3,6 @@
 // panel, the tree read back as text, and the document the layout gives.
 #pragma once
 
-#include <QAction>
-#include <QLineEdit>
-#include <QToolBar>
-#include <QTreeView>
-#include <QtTest>
 #include <memory>
 
 #include "app/frmdata.h"
@@ -114,13 +109,6 @@ inline void clickTool(ui::LayoutView* v, const char* key) {
     QAction* a = v->toolbarAction(QString::fromUtf8(key));
     QWidget* button = v->findChild<QToolBar*>("Toolbar1")->widgetForAction(a);
     QTest::mouseClick(button, Qt::LeftButton);
-}
-
-// Replaces a line edit's text by typing, as a user selecting all and typing.
-inline void typeInto(QLineEdit* box, const QString& text) {
-    box->setFocus();
-    QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClicks(box, text);
 }
 
 }  // namespace rq::testing

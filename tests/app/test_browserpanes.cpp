@@ -1,21 +1,13 @@
 // The browser panes with the real browser engine (needs a display): the
 // quick preview shows the preview file, a separate-files run shows its folder.
-#include <QAction>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QFile>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QSignalSpy>
 #include <QWebEnginePage>
 #include <QWebEngineView>
-#include <QtTest>
 
 #include "app/browserpane.h"
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/generateview.h"
+#include "widgethelpers.h"
 
 using namespace rq;
 using namespace rq::ui;
@@ -90,9 +82,8 @@ class BrowserPanesTest : public QObject {
         QWebEngineView* view = w->generateView()->singleBrowser()->webView();
         QSignalSpy loaded(view, &QWebEngineView::loadFinished);
         w->findChild<QPushButton*>("cmdqwlvw")->click();
-        QFile file(QString::fromStdString(w->state().tempFolder) + "xml_temp.xml");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains("Z\xFCrich \x80 5"));
+        const QString file = QString::fromStdString(w->state().tempFolder) + "xml_temp.xml";
+        QVERIFY(testing::readAll(file).contains("Z\xFCrich \x80 5"));
         QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 30000);
         const QString shown = pageText(view);
         QVERIFY2(shown.contains(QString::fromUtf8("Z\xC3\xBCrich \xE2\x82\xAC 5")),

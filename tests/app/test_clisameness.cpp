@@ -2,11 +2,6 @@
 // writes for the same table, in one file and split into several, with and
 // without symbol conversion. The tables hold text beyond ASCII, some of it
 // beyond code page 1252, so the file encodings are part of the comparison.
-#include <QCheckBox>
-#include <QDir>
-#include <QLineEdit>
-#include <QRadioButton>
-#include <QTemporaryDir>
 
 #include "app/frmdata.h"
 #include "app/generateview.h"

@@ -1,17 +1,10 @@
 // The main window's desktop conventions: every command and button can be
 // found by name, and the editing keys of the sheet reach their commands
 // without taking the keys of the layout tree.
-#include <QAbstractButton>
-#include <QAccessible>
-#include <QAction>
-#include <QLineEdit>
-#include <QSignalSpy>
-#include <QTableView>
-#include <QTreeView>
-#include <QtTest>
 
 #include "app/frmdata.h"
 #include "app/layoutview.h"
+#include "widgethelpers.h"
 
 using namespace rq::ui;
 

@@ -2,23 +2,6 @@
 // document streamed again from the sheet, no stale output after the sheet or
 // the layout changed, the help window, the reader's warnings, and the
 // Generate view at a narrow width.
-#include <QAction>
-#include <QCheckBox>
-#include <QDialog>
-#include <QDir>
-#include <QFile>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTextBrowser>
-#include <QTimer>
-#include <QToolBar>
-#include <QtTest>
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
@@ -58,15 +41,6 @@ void cancelWhenShown(int tries = 100) {
         if (tries > 0) cancelWhenShown(tries - 1);
     });
 }
-
-class WarningDatabase : public testing::FakeDatabase {
-  public:
-    void read(const std::string& table, RecordSink& sink) override {
-        sink.warning("Record 2 of '" + table + "' is damaged and was skipped.");
-        sink.warning("A memo of '" + table + "' ends early.");
-        FakeDatabase::read(table, sink);
-    }
-};
 
 }  // namespace
 
@@ -145,10 +119,7 @@ class GenerateRunTest : public QObject {
         // Save As cancelled: the file keeps what it held and nothing stands beside it.
         QTemporaryDir dir;
         const QString file = dir.filePath("kept.xml");
-        QFile f(file);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write("old");
-        f.close();
+        QVERIFY(testing::writeFile(file, "old"));
         Dialogs::setNextFileName(file);
         Dialogs::setNextAnswer(QMessageBox::Yes);
         cancelWhenShown();
@@ -177,11 +148,7 @@ class GenerateRunTest : public QObject {
 
     void aChangedSheetOrLayoutDropsTheDocument() {
         Frmdata w(false);
-        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
-            return std::unique_ptr<Database>(testing::makeFakeDatabase(4));
-        });
-        Dialogs::setNextFileName("/data/shop.mdb");
-        w.action("mnuDBOMDB")->trigger();
+        testing::openFakeDatabase(w, 4);
         QVERIFY(w.loadListEntry(0));
         w.showGenerateView();
         GenerateView* g = w.generateView();
@@ -226,16 +193,10 @@ class GenerateRunTest : public QObject {
 
     void readerWarningsAreListedInOneBox() {
         Frmdata w(false);
-        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
-            auto db = std::make_unique<WarningDatabase>();
-            const auto plain = testing::makeFakeDatabase(3);
-            db->entries = plain->entries;
-            db->columns = plain->columns;
-            db->records = plain->records;
-            return std::unique_ptr<Database>(std::move(db));
+        testing::openFakeDatabase(w, 3, [](testing::FakeDatabase& db) {
+            db.warnings = {"Record 2 of 'Orders' is damaged and was skipped.",
+                           "A memo of 'Orders' ends early."};
         });
-        Dialogs::setNextFileName("/data/shop.mdb");
-        w.action("mnuDBOMDB")->trigger();
         Dialogs::clear();
         QVERIFY(w.loadListEntry(0));
         QCOMPARE(Dialogs::shown().size(), 1);
@@ -248,14 +209,10 @@ class GenerateRunTest : public QObject {
         Frmdata w(false);
         w.resize(900, 600);
         w.show();
-        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
-            return std::unique_ptr<Database>(testing::makeFakeDatabase(2));
-        });
         QAction* entry = w.action("mnutablelist");
         emit w.menu("mnuview")->aboutToShow();
         QVERIFY(!entry->isEnabled());
-        Dialogs::setNextFileName("/data/shop.mdb");
-        w.action("mnuDBOMDB")->trigger();
+        testing::openFakeDatabase(w, 2);
         w.hideTableList();
         QVERIFY(!w.tableListPanel()->isVisible());
         emit w.menu("mnuview")->aboutToShow();
@@ -272,14 +229,13 @@ class GenerateRunTest : public QObject {
         w.showGenerateView();
         QCOMPARE(w.width(), 760);
         GenerateView* g = w.generateView();
-        for (QAction* a :
-             {g->singleAction("node"), g->singleAction("Save"), g->singleAction("preview"),
-              g->separateAction("node"), g->separateAction("Save"), g->separateAction("preview")}) {
-            auto* bar = qobject_cast<QToolBar*>(a->parent());
-            QWidget* button = bar->widgetForAction(a);
-            QVERIFY2(button && button->isVisible(), qPrintable(a->iconText()));
-            QVERIFY(bar->rect().contains(button->geometry()));
-        }
+        for (const char* key : {"node", "Save", "preview"})
+            for (QAction* a : {g->singleAction(key), g->separateAction(key)}) {
+                auto* bar = qobject_cast<QToolBar*>(a->parent());
+                QWidget* button = bar->widgetForAction(a);
+                QVERIFY2(button && button->isVisible(), key);
+                QVERIFY(bar->rect().contains(button->geometry()));
+            }
         auto* rows = w.findChild<QLineEdit*>("updwntxt");
         rows->setText("1000");
         QVERIFY(rows->width() >= rows->fontMetrics().horizontalAdvance("1000000"));

@@ -6,15 +6,6 @@
 // Drags: the offscreen platform ends every drag at once, so drops are
 // delivered as the drag-enter, drag-move and drop events the platform would
 // send to the tree's viewport, carrying the model's own drag data.
-#include <QCheckBox>
-#include <QDragMoveEvent>
-#include <QListWidget>
-#include <QMimeData>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QUndoStack>
-#include <QtTest>
 
 #include "app/dialogs.h"
 #include "layouthelpers.h"
@@ -53,12 +44,9 @@ void give(Frmdata& w, const QString& input) {
     }
 }
 
-struct Drop {
-    bool acceptedOnMove = false;
-};
-
-// Drags the node with key `from` onto the node with key `to`.
-Drop dragOnto(Frmdata& w, const std::string& from, const std::string& to) {
+// Drags the node with key `from` onto the node with key `to`; whether the
+// tree accepted the drag as it moved over the target.
+bool dragOnto(Frmdata& w, const std::string& from, const std::string& to) {
     LayoutView* v = w.layoutView();
     QTreeView* tree = v->treeView();
     const QModelIndex source = v->model()->indexOf(w.state().tree.find(from));
@@ -70,11 +58,10 @@ Drop dragOnto(Frmdata& w, const std::string& from, const std::string& to) {
     QCoreApplication::sendEvent(tree->viewport(), &enter);
     QDragMoveEvent move(pos.toPoint(), Qt::MoveAction, mime.get(), Qt::LeftButton, {});
     QCoreApplication::sendEvent(tree->viewport(), &move);
-    Drop d;
-    d.acceptedOnMove = move.isAccepted();
+    const bool accepted = move.isAccepted();
     QDropEvent drop(pos, Qt::MoveAction, mime.get(), Qt::LeftButton, {});
     QCoreApplication::sendEvent(tree->viewport(), &drop);
-    return d;
+    return accepted;
 }
 
 }  // namespace
@@ -89,63 +76,32 @@ class LayoutDesignerTest : public QObject {
         QTest::addColumn<bool>("nameIsAttribute");
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("shape");  // empty: unchanged, nothing to undo
-        QTest::addColumn<QByteArray>("record");
-
-        const QByteArray attrRecord =
-            "\t\t<row Name=\"Ann\">\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Qty>3</Qty></row>\r\n";
-        QTest::newRow("up, toolbar") << false << "5_"
-                                     << "tool:up"
-                                     << "<document>{<row>{<Name>,<ID>,<Qty>}}"
-                                     << QByteArray(
-                                            "\t\t<row>\r\n\t\t\t<Name>Ann</Name>\r\n"
-                                            "\t\t\t<ID>1</ID>\r\n"
-                                            "\t\t\t<Qty>3</Qty></row>\r\n");
-        QTest::newRow("down, Alt+Down") << false << "5_"
-                                        << "key:Alt+Down"
-                                        << "<document>{<row>{<ID>,<Qty>,<Name>}}"
-                                        << QByteArray(
-                                               "\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n"
-                                               "\t\t\t<Qty>3</Qty>\r\n"
-                                               "\t\t\t<Name>Ann</Name></row>\r\n");
-        QTest::newRow("right, menu") << false << "5_"
-                                     << "menu:mnumovtagrght"
-                                     << "<document>{<row>{<ID>{<Name>},<Qty>}}"
-                                     << QByteArray(
-                                            "\t\t<row>\r\n\t\t\t<ID>1<Name>Ann</Name></ID>"
-                                            "\r\n\t\t\t<Qty>3</Qty></row>\r\n");
-        QTest::newRow("left, child of the root") << false << "3_"
-                                                 << "key:Alt+Left"
-                                                 << "" << kDefaultRecord;
-        QTest::newRow("up, below an attribute") << true << "4_"
-                                                << "tool:up"
-                                                << "" << attrRecord;
-        QTest::newRow("new element, document node")
-            << false << "1_"
-            << "key:Ins"
-            << "<document>{<row>{<ID>,<Name>,<Qty>},<element>}"
-            << kDefaultRecord + "\t\t<element></element>\r\n";
-        QTest::newRow("new element, element")
-            << false << "4_"
-            << "menu:mnuelent"
-            << "<document>{<row>{<ID>{<element>},<Name>,<Qty>}}"
-            << QByteArray(
-                   "\t\t<row>\r\n\t\t\t<ID>1<element></element></ID>\r\n"
-                   "\t\t\t<Name>Ann</Name>\r\n\t\t\t<Qty>3</Qty></row>\r\n");
-        QTest::newRow("new element, attribute") << true << "5_"
-                                                << "tool:attr_normtool"
-                                                << "" << attrRecord;
-        QTest::newRow("delete, root") << false << "2_"
-                                      << "key:Del"
-                                      << "" << kDefaultRecord;
-        QTest::newRow("delete, record element") << false << "3_"
-                                                << "tool:Delete"
-                                                << "<document>" << QByteArray();
-        QTest::newRow("delete, data element")
-            << false << "6_"
-            << "menu:mnudelete"
-            << "<document>{<row>{<ID>,<Name>}}"
-            << QByteArray("\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Name>Ann</Name></row>\r\n");
+        QTest::addColumn<QString>("shape");      // empty: unchanged, nothing to undo
+        QTest::addColumn<QByteArray>("record");  // null: not compared
+        auto row = [](const char* name, bool attr, const char* key, const char* input,
+                      const char* shape, const QByteArray& record = QByteArray()) {
+            QTest::newRow(name) << attr << QString(key) << QString(input) << QString(shape)
+                                << record;
+        };
+        row("up, toolbar", false, "5_", "tool:up", "<document>{<row>{<Name>,<ID>,<Qty>}}",
+            "\t\t<row>\r\n\t\t\t<Name>Ann</Name>\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Qty>3</Qty></"
+            "row>\r\n");
+        row("down, Alt+Down", false, "5_", "key:Alt+Down", "<document>{<row>{<ID>,<Qty>,<Name>}}");
+        row("right, menu", false, "5_", "menu:mnumovtagrght",
+            "<document>{<row>{<ID>{<Name>},<Qty>}}",
+            "\t\t<row>\r\n\t\t\t<ID>1<Name>Ann</Name></ID>\r\n\t\t\t<Qty>3</Qty></row>\r\n");
+        row("left, child of the root", false, "3_", "key:Alt+Left", "");
+        row("up, below an attribute", true, "4_", "tool:up", "");
+        row("new element, document node", false, "1_", "key:Ins",
+            "<document>{<row>{<ID>,<Name>,<Qty>},<element>}",
+            kDefaultRecord + "\t\t<element></element>\r\n");
+        row("new element, element", false, "4_", "menu:mnuelent",
+            "<document>{<row>{<ID>{<element>},<Name>,<Qty>}}");
+        row("new element, attribute", true, "5_", "tool:attr_normtool", "");
+        row("delete, root", false, "2_", "key:Del", "");
+        row("delete, record element", false, "3_", "tool:Delete", "<document>", QByteArray(""));
+        row("delete, data element", false, "6_", "menu:mnudelete",
+            "<document>{<row>{<ID>,<Name>}}");
     }
 
     void commandsOnTheSelectedTag() {
@@ -158,6 +114,7 @@ class LayoutDesignerTest : public QObject {
         LayoutView* v = w->layoutView();
         if (nameIsAttribute) makeNameAnAttribute(*w);
         const QString before = treeShape(v);
+        const QByteArray docBefore = documentOf(*w);
         const int steps = v->undoStack()->count();
         clickKey(v, key.toStdString(), w->state().tree);
         QCOMPARE(v->selectedKey(), key);
@@ -167,13 +124,12 @@ class LayoutDesignerTest : public QObject {
         QCOMPARE(treeShape(v), shape.isEmpty() ? before : shape);
         QCOMPARE(v->undoStack()->count(), steps + (shape.isEmpty() ? 0 : 1));
         QVERIFY(textsAgreeWithTable(w->state().tree));
-        QCOMPARE(documentOf(*w), kHead + record + kTail);
+        if (shape.isEmpty()) QCOMPARE(documentOf(*w), docBefore);
+        if (!record.isNull()) QCOMPARE(documentOf(*w), kHead + record + kTail);
         // The selection stays on the node (a moved node keeps its key); a
         // deleted node hands it to its parent.
-        const bool deleted =
-            !shape.isEmpty() &&
-            (input.endsWith("Delete") || input.endsWith("Del") || input.endsWith("mnudelete"));
-        if (!deleted) QCOMPARE(v->selectedKey(), key);
+        if (shape.isEmpty() || !input.contains("del", Qt::CaseInsensitive))
+            QCOMPARE(v->selectedKey(), key);
     }
 
     void newDataElementFromTheColumnList() {
@@ -196,11 +152,7 @@ class LayoutDesignerTest : public QObject {
         QCOMPARE(t.find("7_")->kind, int(kKindDataElement));
         QCOMPARE(t.table().cell(7, 1), std::string("Qty"));
         QCOMPARE(t.table().cell(7, 3), std::string("2"));
-        QCOMPARE(documentOf(*w),
-                 kHead +
-                     "\t\t<row>\r\n\t\t\t<ID>1<Qty>3</Qty></ID>\r\n\t\t\t<Name>Ann</Name>\r\n"
-                     "\t\t\t<Qty>3</Qty></row>\r\n" +
-                     kTail);
+        QVERIFY(documentOf(*w).contains("\t\t\t<ID>1<Qty>3</Qty></ID>\r\n"));
 
         // With an attribute selected the pick does nothing and the list stays.
         makeNameAnAttribute(*w);
@@ -219,36 +171,20 @@ class LayoutDesignerTest : public QObject {
         QTest::addColumn<bool>("nameIsAttribute");
         QTest::addColumn<QString>("from");
         QTest::addColumn<QString>("to");
-        QTest::addColumn<QString>("shape");  // empty: refused
-        QTest::addColumn<QByteArray>("record");
-        const QByteArray attrRecord =
-            "\t\t<row Name=\"Ann\">\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Qty>3</Qty></row>\r\n";
-        QTest::newRow("onto an attribute") << true << "6_"
-                                           << "5_"
-                                           << "" << attrRecord;
-        QTest::newRow("onto the root") << false << "6_"
-                                       << "2_"
-                                       << "" << kDefaultRecord;
-        QTest::newRow("element onto element")
-            << false << "6_"
-            << "5_"
-            << "<document>{<row>{<ID>,<Name>{<Qty>}}}"
-            << QByteArray(
-                   "\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n"
-                   "\t\t\t<Name>Ann<Qty>3</Qty></Name></row>\r\n");
-        QTest::newRow("element after the attributes")
-            << true << "4_"
-            << "3_"
-            << "<document>{<row>{Name=\"\",<Qty>,<ID>}}"
-            << QByteArray(
-                   "\t\t<row Name=\"Ann\">\r\n\t\t\t<Qty>3</Qty>\r\n"
-                   "\t\t\t<ID>1</ID></row>\r\n");
-        QTest::newRow("attribute onto element") << true << "5_"
-                                                << "6_"
-                                                << "<document>{<row>{<ID>,<Qty>{Name=\"\"}}}"
-                                                << QByteArray(
-                                                       "\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n"
-                                                       "\t\t\t<Qty Name=\"Ann\">3</Qty></row>\r\n");
+        QTest::addColumn<QString>("shape");      // empty: refused
+        QTest::addColumn<QByteArray>("record");  // null: not compared
+        auto row = [](const char* name, bool attr, const char* from, const char* to,
+                      const char* shape, const QByteArray& record = QByteArray()) {
+            QTest::newRow(name) << attr << QString(from) << QString(to) << QString(shape) << record;
+        };
+        row("onto an attribute", true, "6_", "5_", "");
+        row("onto the root", false, "6_", "2_", "");
+        row("element onto element", false, "6_", "5_", "<document>{<row>{<ID>,<Name>{<Qty>}}}");
+        row("element after the attributes", true, "4_", "3_",
+            "<document>{<row>{Name=\"\",<Qty>,<ID>}}",
+            "\t\t<row Name=\"Ann\">\r\n\t\t\t<Qty>3</Qty>\r\n\t\t\t<ID>1</ID></row>\r\n");
+        row("attribute onto element", true, "5_", "6_", "<document>{<row>{<ID>,<Qty>{Name=\"\"}}}",
+            "\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n\t\t\t<Qty Name=\"Ann\">3</Qty></row>\r\n");
     }
 
     void dropsOnTheTree() {
@@ -262,10 +198,9 @@ class LayoutDesignerTest : public QObject {
         if (nameIsAttribute) makeNameAnAttribute(*w);
         const QString before = treeShape(v);
         const LayoutSnapshot snapshot = takeSnapshot(w->state().tree);
-        const Drop d = dragOnto(*w, from.toStdString(), to.toStdString());
-        QCOMPARE(d.acceptedOnMove, !shape.isEmpty());
+        QCOMPARE(dragOnto(*w, from.toStdString(), to.toStdString()), !shape.isEmpty());
         QCOMPARE(treeShape(v), shape.isEmpty() ? before : shape);
-        QCOMPARE(documentOf(*w), kHead + record + kTail);
+        if (!record.isNull()) QCOMPARE(documentOf(*w), kHead + record + kTail);
         if (shape.isEmpty()) {
             QVERIFY(takeSnapshot(w->state().tree) == snapshot);
             return;
@@ -352,10 +287,7 @@ class LayoutDesignerTest : public QObject {
         clickKey(v, "2_", w->state().tree);
         typeInto(p->nameBox(), "orders");
         QCOMPARE(treeShape(v), QString("<orders>{<row>{<ID>,<Name>,<Qty>,<item>5}}"));
-        QCOMPARE(documentOf(*w),
-                 "<?xml version=\"1.0\"?>\r\n\t<orders>\r\n\t\t<row>\r\n\t\t\t<ID>1</ID>\r\n"
-                 "\t\t\t<Name>Ann</Name>\r\n\t\t\t<Qty>3</Qty>\r\n"
-                 "\t\t\t<item>5</item></row>\r\n\t</orders>\r\n");
+        QVERIFY(documentOf(*w).endsWith("\t\t\t<item>5</item></row>\r\n\t</orders>\r\n"));
         // Delete in the name box edits the name, not the tree.
         QTest::keyClick(p->nameBox(), Qt::Key_Home);
         QTest::keyClick(p->nameBox(), Qt::Key_Delete);

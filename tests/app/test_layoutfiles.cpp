@@ -1,15 +1,6 @@
 // Layout files in the window: a layout designed with the window's commands,
 // saved with File → "Save Layout...", gives the batch converter the same bytes
 // the window saves; a layout file opens in a fresh window as it was designed.
-#include <QCheckBox>
-#include <QFile>
-#include <QListWidget>
-#include <QMimeData>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTemporaryDir>
-#include <QUndoStack>
-#include <QtTest>
 
 #include "app/dialogs.h"
 #include "layouthelpers.h"
@@ -192,12 +183,10 @@ class LayoutFilesTest : public QObject {
     void badLayoutFileIsRefusedWithItsLine() {
         QTemporaryDir dir;
         const QString file = dir.filePath("bad.rqlayout");
-        QFile f(file);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(
-            "<rowquill-layout version=\"1\">\n  <root name=\"r\">\n"
-            "    <attribute name=\"a\" value=\"1\"/>\n  </root>\n</rowquill-layout>\n");
-        f.close();
+        QVERIFY(
+            writeFile(file,
+                      "<rowquill-layout version=\"1\">\n  <root name=\"r\">\n"
+                      "    <attribute name=\"a\" value=\"1\"/>\n  </root>\n</rowquill-layout>\n"));
         auto w = designerWindow();
         const QString shape = treeShape(w->layoutView());
         w->openLayout(file);

@@ -1,20 +1,6 @@
 // The main window: start-up state, menus and toolbars, the view switch,
 // opening databases (through the file dialog, the password loop, the error
 // boxes), loading a table, help and About.
-#include <QAction>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTabWidget>
-#include <QTableView>
-#include <QTemporaryDir>
-#include <QToolBar>
-#include <QTreeView>
-#include <QtTest>
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
@@ -24,16 +10,11 @@
 #include "app/passworddialog.h"
 #include "app/sheetmodel.h"
 #include "fakedatabase.h"
-#include "widgethelpers.h"
+#include "layouthelpers.h"
 
 using namespace rq;
 using namespace rq::ui;
-using rq::testing::chooseByKeys;
-using rq::testing::clickTab;
-using rq::testing::clickTool;
-using rq::testing::doubleClickRow;
-using rq::testing::items;
-using rq::testing::sheetRow;
+using namespace rq::testing;
 
 namespace {
 
@@ -43,6 +24,23 @@ void answerPassword(const QString& text, const char* button) {
         d.findChild<QLineEdit*>("txtPassword")->setText(text);
         d.findChild<QPushButton*>(button)->click();
     });
+}
+
+// The fresh window: five element columns over nineteen empty rows, the
+// layout not built, the Data Grid shown, no database.
+void checkStartState(Frmdata& w) {
+    QCOMPARE(w.sheetModel()->rowCount(), 19);
+    QCOMPARE(w.state().sheet.rows(), 20);
+    QCOMPARE(sheetRow(w.state().sheet, 0),
+             QStringList({"Element 1", "Element 2", "Element 3", "Element 4", "Element 5"}));
+    for (int r = 1; r < 20; ++r) QCOMPARE(sheetRow(w.state().sheet, r), QStringList(5, QString()));
+    QVERIFY(w.state().sheetchanged);
+    QCOMPARE(w.layoutView()->model()->rowCount(), 0);
+    QCOMPARE(w.views()->currentIndex(), 0);
+    QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
+    QVERIFY(w.tableListPanel()->isHidden());
+    QCOMPARE(w.tableList()->count(), 0);
+    QCOMPARE(w.database(), nullptr);
 }
 
 }  // namespace
@@ -58,23 +56,10 @@ class MainWindowTest : public QObject {
 
     void startsWithFiveElementColumnsOverNineteenRows() {
         Frmdata w(false);
-        QCOMPARE(w.sheetModel()->rowCount(), 19);
-        QCOMPARE(w.sheetModel()->columnCount(), 5);
-        QCOMPARE(w.state().sheet.rows(), 20);
-        for (int c = 0; c < 5; ++c) {
-            QCOMPARE(w.sheetModel()->headerData(c, Qt::Horizontal).toString(),
-                     QString("Element %1").arg(c + 1));
-            for (int r = 0; r < 19; ++r)
-                QVERIFY(w.sheetModel()->data(w.sheetModel()->index(r, c)).toString().isEmpty());
-        }
-        QVERIFY(w.state().sheetchanged);
-        // The layout is not built at start-up.
-        QCOMPARE(w.state().tree.count(), 0);
-        QCOMPARE(w.layoutView()->model()->rowCount(), 0);
-        QCOMPARE(w.views()->currentIndex(), 0);
-        QCOMPARE(w.statusViewPanel()->text(), QString("Data Grid"));
+        checkStartState(w);
         QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:1 Column:0"));
-        QVERIFY(w.tableListPanel()->isHidden());
+        // Tag commands wait for a selected tag.
+        QVERIFY(!w.action("mnuelent")->isEnabled());
     }
 
     void layoutIsBuiltOnceAndAgainAfterSheetChanged() {
@@ -89,19 +74,16 @@ class MainWindowTest : public QObject {
         QVERIFY(!w.state().sheetchanged);
         QTreeView* tree = w.layoutView()->treeView();
         QAbstractItemModel* m = tree->model();
-        QCOMPARE(m->rowCount(), 1);
-        const QModelIndex doc = m->index(0, 0);
-        QCOMPARE(doc.data().toString(), QString("<?xml version=\"1.0\"?>"));
-        const QModelIndex root = m->index(0, 0, doc);
-        QCOMPARE(root.data().toString(), QString("<document>"));
-        const QModelIndex row = m->index(0, 0, root);
-        QCOMPARE(row.data().toString(), QString("<row>"));
-        QCOMPARE(m->rowCount(row), 5);
-        QCOMPARE(m->index(4, 0, row).data().toString(), QString("<Element_5>"));
-        QVERIFY(tree->isExpanded(doc) && tree->isExpanded(root) && tree->isExpanded(row));
+        QCOMPARE(m->index(0, 0).data().toString(), QString("<?xml version=\"1.0\"?>"));
+        QCOMPARE(treeShape(w.layoutView()),
+                 QString("<document>{<row>{<Element_1>,<Element_2>,<Element_3>,<Element_4>,"
+                         "<Element_5>}}"));
+        const QModelIndex row = m->index(0, 0, m->index(0, 0, m->index(0, 0)));
+        QVERIFY(tree->isExpanded(row) && tree->isExpanded(row.parent()) &&
+                tree->isExpanded(row.parent().parent()));
+        // The model is rebuilt, so the record is looked up afresh.
         auto field = [m](int i) {
-            const QModelIndex r = m->index(0, 0, m->index(0, 0, m->index(0, 0)));
-            return m->index(i, 0, r).data().toString();
+            return m->index(i, 0, m->index(0, 0, m->index(0, 0, m->index(0, 0)))).data().toString();
         };
 
         // A header renamed in place does not rebuild the layout.
@@ -124,26 +106,6 @@ class MainWindowTest : public QObject {
         QCOMPARE(field(1), QString("<Order_ID>"));
     }
 
-    void selectingATagShowsItsPropertiesAndEnablesTheTagCommands() {
-        Frmdata w(false);
-        QVERIFY(!w.action("mnuelent")->isEnabled());
-        QVERIFY(!w.layoutView()->toolbarAction("up")->isEnabled());
-        w.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&w));
-        clickTab(w.views(), 1);
-        QTreeView* tree = w.layoutView()->treeView();
-        QAbstractItemModel* m = tree->model();
-        const QModelIndex tag = m->index(2, 0, m->index(0, 0, m->index(0, 0, m->index(0, 0))));
-        QCoreApplication::processEvents();
-        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(tag).center());
-        QCOMPARE(w.findChild<QLineEdit*>("txtnam")->text(), QString("Element_3"));
-        QCOMPARE(w.findChild<QLineEdit*>("txtval")->text(), QString());
-        QVERIFY(w.findChild<QRadioButton*>("makele")->isChecked());
-        QVERIFY(w.action("mnuelent")->isEnabled());
-        QVERIFY(w.action("mnumovtagrght")->isEnabled());
-        QVERIFY(w.layoutView()->toolbarAction("attr_dataool")->isEnabled());
-    }
-
     void pressingACellShowsThePosition() {
         Frmdata w(false);
         w.show();
@@ -162,9 +124,7 @@ class MainWindowTest : public QObject {
         w.action("mnuDBOdBASE4")->trigger();
         QCOMPARE(Dialogs::shown().size(), 1);
         QCOMPARE(Dialogs::shown()[0].kind, QString("open"));
-        QCOMPARE(w.state().sheet.cellText(1, 1), std::string());
-        QCOMPARE(w.tableList()->count(), 0);
-        QCOMPARE(w.database(), nullptr);
+        checkStartState(w);
         // The query commands were switched on before the dialog.
         QVERIFY(w.action("mnusqlhand")->isEnabled());
     }
@@ -176,7 +136,7 @@ class MainWindowTest : public QObject {
         w.setDatabaseOpener([&](const std::string& connect, const std::string& file,
                                 const OpenOptions&) -> std::unique_ptr<Database> {
             calls.push_back(connect + "|" + file);
-            return testing::makeFakeDatabase(3);
+            return makeFakeDatabase(3);
         });
         Dialogs::setNextFileName("/data/shop.mdb");
         chooseByKeys(&w, Qt::Key_F, {Qt::Key_O, Qt::Key_M});
@@ -207,13 +167,7 @@ class MainWindowTest : public QObject {
 
     void aFailedLoadKeepsTheSheet() {
         Frmdata w(false);
-        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
-            auto db = testing::makeFakeDatabase(3);
-            db->failReading = true;
-            return std::unique_ptr<Database>(std::move(db));
-        });
-        Dialogs::setNextFileName("/data/shop.mdb");
-        w.action("mnuDBOMDB")->trigger();
+        openFakeDatabase(w, 3, [](FakeDatabase& db) { db.failReading = true; });
         w.state().sheetchanged = false;
         QVERIFY(!w.loadListEntry(0));
         QCOMPARE(sheetRow(w.state().sheet, 0).first(), QString("Element 1"));
@@ -232,7 +186,7 @@ class MainWindowTest : public QObject {
             tried.push_back(o.password);
             if (o.password != "abcd1234")
                 throw DatabaseError("Not a valid password.", kErrPasswordRequired);
-            return testing::makeFakeDatabase(1);
+            return makeFakeDatabase(1);
         });
         Dialogs::setNextFileName("/data/locked.mdb");
         answerPassword("wrong", "cmdOK");
@@ -241,16 +195,9 @@ class MainWindowTest : public QObject {
         QCOMPARE(tried, std::vector<std::string>({"", "wrong", "abcd1234"}));
         QVERIFY(w.database() != nullptr);
         QCOMPARE(w.tableList()->count(), 4);
-        int dialogs = 0, messages = 0;
-        for (const ShownDialog& d : Dialogs::shown()) {
-            if (d.kind == "dialog") {
-                ++dialogs;
-                QCOMPARE(d.title, QString("Password Required"));
-            }
-            if (d.kind == "message") ++messages;
-        }
-        QCOMPARE(dialogs, 2);
-        QCOMPARE(messages, 0);
+        QCOMPARE(countShown("dialog"), 2);
+        QCOMPARE(lastShown("dialog")->title, QString("Password Required"));
+        QCOMPARE(countShown("message"), 0);
     }
 
     void cancellingThePasswordEndsSilently() {
@@ -277,73 +224,18 @@ class MainWindowTest : public QObject {
 
     void newReturnsToTheStartState() {
         Frmdata w(false);
-        w.setDatabaseOpener([](const std::string&, const std::string&, const OpenOptions&) {
-            return std::unique_ptr<Database>(testing::makeFakeDatabase(5));
-        });
-        Dialogs::setNextFileName("/data/shop.mdb");
-        w.action("mnuDBOMDB")->trigger();
+        openFakeDatabase(w, 5);
         QVERIFY(w.loadListEntry(0));
         w.action("mnulayout")->trigger();
         w.action("mnunewf")->trigger();
-        QCOMPARE(w.views()->currentIndex(), 0);
-        QCOMPARE(sheetRow(w.state().sheet, 0),
-                 QStringList({"Element 1", "Element 2", "Element 3", "Element 4", "Element 5"}));
-        QCOMPARE(w.sheetModel()->rowCount(), 19);
-        QCOMPARE(w.tableList()->count(), 0);
-        QVERIFY(w.tableListPanel()->isHidden());
-        QCOMPARE(w.database(), nullptr);
+        checkStartState(w);
         QVERIFY(!w.action("mnusqlhand")->isEnabled());
-        QVERIFY(w.state().sheetchanged);
-        QCOMPARE(w.layoutView()->model()->rowCount(), 0);
-    }
-
-    void openingAFixtureThroughTheMenu() {
-        const QString file = ROWQUILL_FIXTURES "/dbase/dbfread/people.dbf";
-        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
-        Frmdata w(false);
-        w.show();
-        Dialogs::setNextFileName(file);
-        w.action("mnuDBOdBASE3")->trigger();
-        if (!Dialogs::shown().isEmpty() &&
-            Dialogs::shown().last().text.contains("cannot be read yet"))
-            QSKIP("the dBase reader is not built yet");
-        QListWidget* list = w.tableList();
-        int people = -1;
-        for (int i = 0; i < list->count(); ++i)
-            if (list->item(i)->text().startsWith("people", Qt::CaseInsensitive)) people = i;
-        QVERIFY(people >= 0);
-        doubleClickRow(list, people);
-        // The two live records of the file (the third is deleted).
-        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"NAME", "BIRTHDATE"}));
-        QCOMPARE(w.state().sheet.rows(), 3);
-        QCOMPARE(w.state().sheet.cellText(1, 0), std::string("Alice"));
-        QCOMPARE(w.state().sheet.cellText(2, 1), std::string("1980-11-12"));
-    }
-
-    void theAccessPasswordFixtureAsksUntilRight() {
-        const QString file = ROWQUILL_FIXTURES "/access/jettoobjects/password-database.mdb";
-        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
-        Frmdata w(false);
-        Dialogs::setNextFileName(file);
-        answerPassword("wrong", "cmdOK");
-        answerPassword("abcd1234", "cmdOK");
-        w.action("mnuDBOMDB")->trigger();
-        int asked = 0;
-        for (const ShownDialog& d : Dialogs::shown()) asked += d.kind == "dialog";
-        if (asked == 0) QSKIP("the Access reader does not check this file's password");
-        QCOMPARE(asked, 2);
-        QVERIFY(w.database() != nullptr);
-        const QStringList names = items(w.tableList());
-        QVERIFY2(names.contains("Products"), qPrintable(names.join(',')));
     }
 
     void aFileThatIsNoDatabaseGivesTheFormatErrorAndTheOdbcQuestion() {
         QTemporaryDir dir;
         const QString file = dir.filePath("notes.mdb");
-        QFile f(file);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(QByteArray(4096, 'x'));
-        f.close();
+        QVERIFY(writeFile(file, QByteArray(4096, 'x')));
         Frmdata w(false);
         Dialogs::setNextFileName(file);
         w.action("mnuDBOMDB")->trigger();
@@ -369,14 +261,8 @@ class MainWindowTest : public QObject {
 
     void theProgramArgumentOpensATextTableAndLoadsIt() {
         QTemporaryDir dir;
-        QFile other(dir.filePath("aaa.csv"));
-        QVERIFY(other.open(QIODevice::WriteOnly));
-        other.write("x\n1\n");
-        other.close();
-        QFile f(dir.filePath("orders.csv"));
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write("id,customer\n1,Ann\n2,Bob\n");
-        f.close();
+        QVERIFY(writeFile(dir.filePath("aaa.csv"), "x\n1\n"));
+        QVERIFY(writeFile(dir.filePath("orders.csv"), "id,customer\n1,Ann\n2,Bob\n"));
         Frmdata w(false);
         w.openAtStart(dir.filePath("orders.csv"));
         QCOMPARE(Dialogs::shown().size(), 0);  // no file dialog, no error

@@ -1,12 +1,6 @@
 // The "&ODBC..." command: the data-source dialog, the error boxes, the table
 // list of an ODBC source and loading a table from it (over the SQLite ODBC
 // driver); and the code page asked for when a Btrieve dictionary is opened.
-#include <QComboBox>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTableView>
-#include <QTemporaryDir>
-#include <QTreeWidget>
 
 #include "app/frmdata.h"
 #include "app/odbcsourcedialog.h"

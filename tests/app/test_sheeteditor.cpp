@@ -2,19 +2,6 @@
 // typing and its keys; mouse selections feeding Delete, Crop Row and Remove
 // Row; the clipboard; the pop-up Edit menu; Undo of every edit; the text
 // export through the save dialog.
-#include <QAction>
-#include <QApplication>
-#include <QClipboard>
-#include <QHeaderView>
-#include <QLineEdit>
-#include <QMenu>
-#include <QMimeData>
-#include <QScrollBar>
-#include <QSignalSpy>
-#include <QTableView>
-#include <QTemporaryDir>
-#include <QToolBar>
-#include <QtTest>
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
@@ -44,6 +31,14 @@ void fill(Frmdata& w, int n) {
     w.state().sheet = s;
     w.sheetModel()->reload();
 }
+
+// A shown window over n such records.
+struct SheetWindow : Frmdata {
+    explicit SheetWindow(int n) : Frmdata(false) {
+        show();
+        fill(*this, n);
+    }
+};
 
 QPoint cellPoint(Frmdata& w, int row, int col) {
     return w.grid()->visualRect(w.sheetModel()->index(row - 1, col)).center();
@@ -85,9 +80,7 @@ class SheetEditorTest : public QObject {
     void init() { Dialogs::clear(); }
 
     void editorOpensWritesAndRestores() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 4);
+        SheetWindow w(300);
         QLineEdit* ed = w.sheetEditor()->editor();
         // The header row never opens the editor.
         QHeaderView* header = w.grid()->horizontalHeader();
@@ -113,6 +106,9 @@ class SheetEditorTest : public QObject {
         QCOMPARE(ed->text(), QString("b3"));
         QTest::keyClick(ed, Qt::Key_Z);
         QCOMPARE(w.state().sheet.cellText(3, 1), std::string("b3z"));
+        // Scrolling hides it.
+        w.grid()->verticalScrollBar()->setValue(50);
+        QVERIFY(!ed->isVisible());
     }
 
     void editorKeysMoveAsTheTableSays() {
@@ -136,9 +132,7 @@ class SheetEditorTest : public QObject {
             {"Enter on the last record stays", 4, 1, Qt::Key_Return, -1, 4, 1, false},
         };
         for (const auto& c : cases) {
-            Frmdata w(false);
-            w.show();
-            fill(w, 4);
+            SheetWindow w(4);
             dclick(w, c.row, c.col);
             QLineEdit* ed = w.sheetEditor()->editor();
             QVERIFY2(ed->isVisible(), c.name);
@@ -153,21 +147,9 @@ class SheetEditorTest : public QObject {
         }
     }
 
-    void scrollingHidesTheEditor() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 300);
-        dclick(w, 1, 0);
-        QVERIFY(w.sheetEditor()->editor()->isVisible());
-        w.grid()->verticalScrollBar()->setValue(50);
-        QVERIFY(!w.sheetEditor()->editor()->isVisible());
-    }
-
     void dragSelectionFeedsDeleteWhicheverWay() {
         for (bool backwards : {false, true}) {
-            Frmdata w(false);
-            w.show();
-            fill(w, 4);
+            SheetWindow w(4);
             if (backwards)
                 drag(w, 3, 2, 2, 1);
             else
@@ -187,9 +169,11 @@ class SheetEditorTest : public QObject {
     }
 
     void clipboardCopyAndPasteNeverGrow() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 4);
+        SheetWindow w(4);
+        // A right click shows the Edit menu.
+        click(w, 2, 1, Qt::RightButton);
+        QTRY_VERIFY(w.menu("mnuedit")->isVisible());
+        w.menu("mnuedit")->hide();
         drag(w, 1, 0, 2, 1);
         QTest::mouseClick(w.sheetToolbar()->widgetForAction(w.sheetToolAction("Copy")),
                           Qt::LeftButton);
@@ -208,20 +192,8 @@ class SheetEditorTest : public QObject {
         QCOMPARE(sheetRow(w.state().sheet, 4), split("u|v|w"));
     }
 
-    void rightClickShowsTheEditMenu() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 4);
-        click(w, 2, 1, Qt::RightButton);
-        QMenu* edit = w.menu("mnuedit");
-        QTRY_VERIFY(edit->isVisible());
-        edit->hide();
-    }
-
     void rowCommandsAndTheirUndo() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 10);
+        SheetWindow w(10);
         drag(w, 5, 0, 3, 0);
         w.action("mnucroprow")->trigger();
         QCOMPARE(column(w.state().sheet, 0), QString("a3 a4 a5"));
@@ -243,20 +215,14 @@ class SheetEditorTest : public QObject {
     }
 
     void moveButtonsFollowTheClickedRecord() {
-        Frmdata w(false);
-        w.show();
-        fill(w, 3);
+        SheetWindow w(3);
         QAction* up = w.sheetToolAction("Moveup");
         QAction* down = w.sheetToolAction("movedown");
-        struct Case {
-            int row;
-            bool up, down;
-        } cases[] = {{1, false, true}, {2, true, true}, {3, true, false}};
-        for (const auto& c : cases) {
-            click(w, c.row, 1);
-            QCOMPARE(up->isEnabled(), c.up);
-            QCOMPARE(down->isEnabled(), c.down);
-            QCOMPARE(w.action("mnuup")->isEnabled(), c.up);
+        for (int row = 1; row <= 3; ++row) {
+            click(w, row, 1);
+            QCOMPARE(up->isEnabled(), row > 1);
+            QCOMPARE(w.action("mnuup")->isEnabled(), row > 1);
+            QCOMPARE(down->isEnabled(), row < 3);
         }
         QTest::mouseClick(w.sheetToolbar()->widgetForAction(up), Qt::LeftButton);
         QCOMPARE(column(w.state().sheet, 0), QString("a1 a3 a2"));
@@ -272,9 +238,7 @@ class SheetEditorTest : public QObject {
     void exportWritesTheBytesAndAsksBeforeOverwriting() {
         QTemporaryDir dir;
         const QString path = dir.filePath("out.txt");
-        Frmdata w(false);
-        w.show();
-        fill(w, 2);
+        SheetWindow w(2);
         w.state().sheet.setCell(2, 2, "");
         w.state().sheet.setCell(1, 1, "say \"hi\", ok");
         QSignalSpy spy(w.textExport(), &TextExport::finished);

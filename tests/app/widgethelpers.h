@@ -3,17 +3,8 @@
 // clicking tabs, tool buttons, buttons and list rows as a user would.
 #pragma once
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <QDialog>
-#include <QFile>
-#include <QListWidget>
-#include <QProcess>
-#include <QStringList>
-#include <QTabBar>
-#include <QTabWidget>
-#include <QToolBar>
 #include <QtTest>
+#include <QtWidgets>
 
 #include "app/dialogs.h"
 #include "sheet/datasheet.h"
@@ -43,6 +34,11 @@ inline QByteArray readAll(const QString& path) {
                                        : QByteArray("<missing " + path.toUtf8() + ">");
 }
 
+inline bool writeFile(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
+}
+
 #ifdef ROWQUILL_CLI
 // Runs the batch converter; false, with its error output, when it fails.
 inline bool runCli(const QStringList& args) {
@@ -63,6 +59,12 @@ inline const ui::ShownDialog* lastShown(const char* kind = "message") {
     for (auto it = shown.rbegin(); it != shown.rend(); ++it)
         if (it->kind == QLatin1String(kind)) return &*it;
     return nullptr;
+}
+
+inline int countShown(const char* kind) {
+    int n = 0;
+    for (const ui::ShownDialog& d : ui::Dialogs::shown()) n += d.kind == QLatin1String(kind);
+    return n;
 }
 
 inline QString lastMessageText() {
@@ -115,6 +117,13 @@ inline void chooseByKeys(QWidget* window, Qt::Key menu, std::initializer_list<Qt
         QVERIFY(popup);
         QTest::keyClick(popup, key);
     }
+}
+
+// Replaces a line edit's text by typing, as a user selecting all and typing.
+inline void typeInto(QLineEdit* box, const QString& text) {
+    box->setFocus();
+    QTest::keyClick(box, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(box, text);
 }
 
 inline void clickRow(QListWidget* list, int row) {
