@@ -321,12 +321,17 @@ class QueryToolsTest : public QObject {
         bool cancelled = false;
         QTimer timer;
         connect(&timer, &QTimer::timeout, [&] {
-            ++ticks;
-            if (cancelled) return;
+            // The window answers while the statement runs; after a while its
+            // Cancel is pressed, shown or not yet shown on a busy machine.
+            if (++ticks < 6 || cancelled) return;
             for (QWidget* top : QApplication::topLevelWidgets()) {
                 auto* box = qobject_cast<QProgressDialog*>(top);
-                if (!box || box->objectName() != "statementProgress" || !box->isVisible()) continue;
-                QTest::mouseClick(box->findChild<QPushButton*>(), Qt::LeftButton);
+                if (!box || box->objectName() != "statementProgress") continue;
+                auto* button = box->findChild<QPushButton*>();
+                if (box->isVisible())
+                    QTest::mouseClick(button, Qt::LeftButton);
+                else
+                    button->click();
                 cancelled = true;
             }
         });
@@ -335,8 +340,7 @@ class QueryToolsTest : public QObject {
             &parent, target,
             "Select a.OrderID, b.ProductID From [Order Details] a, [Order Details] b, Shippers c");
         timer.stop();
-        QVERIFY(cancelled);
-        QVERIFY(ticks > 5);
+        QVERIFY2(cancelled, qPrintable(r.error));
         QVERIFY(!r.ok);
         QCOMPARE(r.error, QString("The statement was cancelled."));
         QCOMPARE(r.sheet.rows(), DataSheet().rows());
