@@ -24,6 +24,9 @@ struct AppState {
     // The completed connection string of the last ODBC source opened; every
     // later use of the source reconnects with it. Empty when none is open.
     std::string odbcConnection;
+    // The open file database (connect string and the file chosen), so that no
+    // output is written over a file it reads. Empty when none is open.
+    std::string sourceConnect, sourceFile;
 };
 
 // The status bar's second panel and its progress bar.

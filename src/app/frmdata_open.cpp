@@ -30,6 +30,8 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
     // 1. Back to the start-up state, as a file-database window.
     resetToStartup();
     state_.sourceKind = SourceKind::FileDatabase;
+    state_.sourceConnect.clear();
+    state_.sourceFile.clear();
     showTableListOfSource();
     enableSqlCommands(true);
     db_.reset();
@@ -71,6 +73,8 @@ void Frmdata::openDaoDb(const QString& connect, const QString& presetFile) {
             return;
         }
     }
+    state_.sourceConnect = connect.toStdString();
+    state_.sourceFile = file.toStdString();
     for (const CatalogEntry& entry : entries) {
         auto* item = new QListWidgetItem(fromUtf8(entry.name), fileTableList_);
         item->setData(kMarkerRole, entry.marker);

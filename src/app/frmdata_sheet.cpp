@@ -15,6 +15,7 @@
 #include "app/insertcolumndialog.h"
 #include "app/sheetcommands.h"
 #include "app/sheeteditor.h"
+#include "app/sourceguard.h"
 #include "app/textexport.h"
 #include "sheet/sheetedit.h"
 
@@ -48,6 +49,8 @@ void Frmdata::connectSheetCommands() {
     sheetEditor_ = new SheetEditor(state_.sheet, sheetModel_, grid_);
     sheetCommands_ = new SheetCommands(state_, sheetModel_, grid_, sheetEditor_, this);
     textExport_ = new TextExport(state_.sheet, StatusTargets{textStatus_, mainProgress_}, this);
+    textExport_->setOutputCheck(
+        [this](const QString& path) { return refuseOutputOverSource(this, state_, path); });
     SheetCommands* s = sheetCommands_;
 
     const struct {

@@ -32,6 +32,7 @@
 #include "app/busycursor.h"
 #include "app/dialogs.h"
 #include "app/selectdirectory.h"
+#include "app/sourceguard.h"
 #include "base/io/atomicfile.h"
 #include "base/io/folders.h"
 #include "generate/documentwriter.h"
@@ -475,6 +476,7 @@ void GenerateView::saveSingle() {
     for (;;) {
         const QString name = Dialogs::saveFileName(this, QStringLiteral("Save as"), kSaveAsFilter);
         if (name.isEmpty()) return;
+        if (refuseOutputOverSource(this, state_, name)) continue;
         if (QFileInfo::exists(name) &&
             !Dialogs::askYesNo(this, QString::fromStdString(overwriteQuestion(name.toStdString()))))
             continue;

@@ -35,6 +35,7 @@ void TextExport::chooseFile() {
         const QString path = Dialogs::saveFileName(window_, QStringLiteral("Save as"),
                                                    QStringLiteral("Text File (*.txt)|*.txt"));
         if (path.isEmpty()) return;
+        if (outputCheck_ && outputCheck_(path)) continue;
         if (!QFileInfo::exists(path) ||
             Dialogs::askYesNo(window_, path + QStringLiteral(" already exits, would you like to "
                                                              "overwrite it?"))) {

@@ -4,6 +4,8 @@
 // cancel it. The file appears whole under its name or not at all.
 #pragma once
 
+#include <functional>
+
 #include <QObject>
 #include <QPointer>
 #include <atomic>
@@ -24,6 +26,10 @@ class TextExport : public QObject {
     void chooseFile();                   // mnuexporttxt
     void exportTo(const QString& path);  // expttxt
     bool running() const { return thread_ != nullptr; }
+    // Asked for each chosen path; true refuses it (the dialog opens again).
+    void setOutputCheck(std::function<bool(const QString&)> check) {
+        outputCheck_ = std::move(check);
+    }
     void cancel() { cancelled_ = true; }
     QProgressDialog* progressFrame() const { return frame_.data(); }
 
@@ -36,6 +42,7 @@ class TextExport : public QObject {
     void done(bool ok, const QString& error);
 
     const DataSheet& sheet_;
+    std::function<bool(const QString&)> outputCheck_;
     StatusTargets status_;
     QWidget* window_;
     QPointer<QProgressDialog> frame_;

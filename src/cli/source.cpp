@@ -145,6 +145,9 @@ std::unique_ptr<Database> openSource(const Settings& s, Io& io) {
     if (!fs::exists(source, ec)) sourceError("cannot find the source " + source);
     const std::string connect = connectFor(s);
     const std::string chosen = chosenFile(source, connect);
+    if (s.outputGiven && outputIsSourceFile(connect, chosen, s.output))
+        sourceError(s.output + " is a file the source " + source +
+                    " reads; nothing was written (choose another output)");
     OpenOptions options;
     options.codepage = s.codepage;
     options.password = s.password;

@@ -417,4 +417,38 @@ std::unique_ptr<Database> openFileDatabase(const std::string& connect,
     return kind->open(*kind, dbName, options);
 }
 
+bool outputIsSourceFile(const std::string& connect, const std::string& chosenFile,
+                        const std::string& output) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    if (output.empty() || output == "-" || !fs::exists(output, ec)) return false;
+    const fs::path database = databaseNameFor(connect, chosenFile);
+    if (fs::equivalent(database, output, ec)) return true;
+    const Kind* kind = kindByConnect(connect);
+    if (!kind) return false;
+    // The folder whose files the source reads: the database folder, or the
+    // folder of the Btrieve dictionary, whose data files stand beside it.
+    fs::path folder;
+    std::vector<std::string> read = kind->extensions;
+    if (kind->folder) {
+        folder = database;
+        for (const char* companion : {".dbt", ".fpt", ".mb", ".ini", ".px"})
+            read.emplace_back(companion);
+    } else if (kind->family == "btrieve") {
+        folder = database.parent_path();
+        for (const char* data : {".ddf", ".dat", ".btr", ".idx"}) read.emplace_back(data);
+    } else {
+        return false;
+    }
+    const fs::path target = fs::weakly_canonical(output, ec);
+    if (ec || !fs::equivalent(target.parent_path(), folder.empty() ? "." : folder, ec))
+        return false;
+    std::string name = target.filename().string(), ext = target.extension().string();
+    for (auto* s : {&name, &ext})
+        for (char& c : *s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const std::string& e : read)
+        if (e == ext || e == name) return true;
+    return false;
+}
+
 }  // namespace rq

@@ -67,6 +67,13 @@ const Kind* recogniseContent(const std::string& path);
 // The kind its extension (or the name FILE.DDF) suggests, nullptr when unknown.
 const Kind* kindByExtension(const std::string& path);
 
+// True when writing output would replace a file the source reads: the
+// database file itself, or a table, memo, blob, schema or data file of the
+// folder the source reads. Links and hard links are followed on both sides;
+// an output that does not exist yet replaces nothing.
+bool outputIsSourceFile(const std::string& connect, const std::string& chosenFile,
+                        const std::string& output);
+
 // The main plain names of every kind, "a, b, c", for help texts and messages.
 std::string kindNameList();
 

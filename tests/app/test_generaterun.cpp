@@ -146,6 +146,27 @@ class GenerateRunTest : public QObject {
         QVERIFY(temp.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
     }
 
+    // Save As never writes over a file the open database reads.
+    void saveAsRefusesTheSourceFile() {
+        QTemporaryDir dir;
+        const QString csv = dir.filePath("orders.csv");
+        QVERIFY(QFile::copy(ROWQUILL_SOURCE_DIR "/examples/orders/orders.csv", csv));
+        const QByteArray before = readAll(csv);
+        Frmdata w(false);
+        w.openAtStart(csv);
+        w.showGenerateView();
+        GenerateView* g = w.generateView();
+        g->singleAction("node")->trigger();
+        QVERIFY(g->hasDocument());
+        Dialogs::setNextFileName(csv);
+        Dialogs::setNextAnswer(QMessageBox::Yes);
+        Dialogs::setNextFileName(QString());  // the dialog asked again: cancelled
+        g->singleAction("Save")->trigger();
+        QCOMPARE(readAll(csv), before);
+        QCOMPARE(testing::countShown("save"), 2);
+        QVERIFY(testing::lastShown()->text.contains("is a file the open database reads"));
+    }
+
     void aChangedSheetOrLayoutDropsTheDocument() {
         Frmdata w(false);
         testing::openFakeDatabase(w, 4);

@@ -82,6 +82,23 @@ TEST_F(CliFiles, SourceErrorsExitWithTwo) {
     };
     for (const auto& [args, needle] : bad) expectError(args, 2, needle);
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
+
+    // No output replaces a file the source reads: the table itself, another
+    // table of the folder, either through a link; the folder's other files may.
+    const std::string table = slurp(dir / "db/orders.csv");
+    fs::create_symlink(dir / "db/orders.csv", dir / "link.xml");
+    write("db/old.xml", "old");
+    for (const char* out : {"db/orders.csv", "db/people.txt", "link.xml"}) {
+        expectError({"convert", path("db/orders.csv"), "--table", "orders#csv", "-o", path(out)}, 2,
+                    "is a file the source");
+        expectError({"export", path("db/orders.csv"), "--table", "orders#csv", "-o", path(out)}, 2,
+                    "is a file the source");
+    }
+    EXPECT_EQ(slurp(dir / "db/orders.csv"), table);
+    EXPECT_EQ(
+        run({"convert", path("db/orders.csv"), "--table", "orders#csv", "-o", path("db/old.xml")})
+            .status,
+        0);
 }
 
 TEST_F(CliFiles, TablesListsTheFolder) {
