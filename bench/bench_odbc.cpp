@@ -28,9 +28,8 @@ namespace {
 constexpr int kRows = 200'000;
 
 std::string script() {
-    return (fs::path(__FILE__).parent_path().parent_path() / "tests" / "datasource" /
-            "odbc_pg_server.sh")
-        .string();
+    // Found from the source tree, whatever folder the benchmark runs in.
+    return (fs::path(ROWQUILL_SOURCE_DIR) / "tests" / "datasource" / "odbc_pg_server.sh").string();
 }
 
 int freePort() {
