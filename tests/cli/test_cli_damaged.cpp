@@ -70,12 +70,10 @@ TEST_F(DamagedSource, WarningsFailTheRunUnlessDamageIsAllowed) {
 }
 
 TEST_F(DamagedSource, AnIntactSourceGivesNoWarning) {
-    Result r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, "");
+    written({"export", path("db/whole.dbf"), "--table", "whole"}, "out");
     // A missing memo file is named, one line for the table.
     fs::remove(dir / "db" / "whole.dbt");
-    r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
+    const Result r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
     EXPECT_EQ(r.status, 2);
     EXPECT_EQ(lines(r.err).size(), 2u) << r.err;
     EXPECT_NE(
@@ -84,9 +82,6 @@ TEST_F(DamagedSource, AnIntactSourceGivesNoWarning) {
         << r.err;
     // The layout does not depend on the values: no warning stops it, and the
     // option is refused there.
-    EXPECT_EQ(run({"layout", path("db/cut.dbf"), "--table", "cut", "-o", path("l")}).status, 0);
-    EXPECT_EQ(
-        run({"layout", path("db/cut.dbf"), "--table", "cut", "--allow-damaged", "-o", path("l")})
-            .status,
-        1);
+    written({"layout", path("db/cut.dbf"), "--table", "cut"}, "l");
+    expectError({"layout", path("db/cut.dbf"), "--table", "cut", "--allow-damaged"}, 1);
 }

@@ -6,6 +6,7 @@
 #include <spawn.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -30,11 +31,10 @@ class CliOutput : public CliTest {
         write("db/t.csv", "n\n1\n");
     }
     // Files whose names begin with "." in the folder (temporary files).
-    int hiddenFiles(const fs::path& folder) {
-        int n = 0;
-        for (auto& e : fs::directory_iterator(folder))
-            n += e.path().filename().string().front() == '.' ? 1 : 0;
-        return n;
+    static long hiddenFiles(const fs::path& folder) {
+        return std::count_if(fs::directory_iterator(folder), {}, [](const fs::directory_entry& e) {
+            return e.path().filename().string().front() == '.';
+        });
     }
 };
 
