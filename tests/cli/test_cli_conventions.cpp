@@ -1,9 +1,6 @@
 // The conventions scripts rely on: help and version, "--", "-" for standard
 // input and output, plain kind names, one-table sources, passwords, standard
 // CSV, the progress line.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "cli_test_support.h"
 

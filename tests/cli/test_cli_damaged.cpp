@@ -1,8 +1,5 @@
 // A damaged source: its warnings on standard error, exit status 2 and nothing
 // written, unless --allow-damaged asks for what could be read.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "cli_test_support.h"
 

@@ -1,14 +1,12 @@
 // The output file as the built program writes it: through links, keeping a
 // replaced file's mode, straight into /dev/stdout, as an ordinary user, and
 // with nothing left behind when interrupted.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "cli_test_support.h"

@@ -1,17 +1,12 @@
 // Btrieve dictionaries opened as databases: the real doclife dictionary (its
 // expected rows were worked out from the bytes with a separate script) and a
 // small dictionary built here for the field types the sample lacks.
-#include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 
 #include "datasource/btrieve/btrievedictionary.h"
 #include "datasource/btrieve/btrievefields.h"
-#include "datasource/database.h"
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "reader_test_support.h"
 
 using namespace rq;

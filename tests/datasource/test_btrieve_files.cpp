@@ -1,14 +1,11 @@
 // Reading Btrieve data files without a dictionary, checked against what the
 // sample files hold: the SQLite conversion made by the authors of one of them,
 // and values worked out from the bytes independently of this reader.
-#include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
 #include <set>
 
 #include "datasource/btrieve/btrievefile.h"
-#include "datasource/database.h"
 #include "reader_test_support.h"
 
 using rq::DatabaseError;

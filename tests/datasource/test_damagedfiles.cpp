@@ -1,11 +1,8 @@
 // Damaged copies of every sample file, cut short and with flipped bits, must
 // give data or a DatabaseError, never a crash or a hang; loops in the chains a
 // Btrieve file keeps are reported.
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <random>
 

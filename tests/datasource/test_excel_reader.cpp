@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "datasource/excel/exceldatabase.h"
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "excel_test_support.h"
 
 using namespace rq;
@@ -29,23 +24,14 @@ TableSink readFixture(const std::string& relative, const std::string& table) {
 // A workbook stream with one sheet "Data". XF 0 is General, XF 1 the built-in
 // date format 14, XF 2 the custom time format 164 "hh:mm".
 std::string workbook(const std::string& cells, const std::string& extraGlobals = {}) {
-    auto bof = [](std::uint16_t type) {
-        std::string s;
-        RecordWriter::put16(s, 0x0600);
-        RecordWriter::put16(s, type);
-        s.append(12, '\0');
-        return s;
+    const auto le16 = [](std::uint16_t v) { return std::string{char(v & 0xFF), char(v >> 8)}; };
+    const auto bof = [&](std::uint16_t type) {
+        return le16(0x0600) + le16(type) + std::string(12, '\0');
     };
-    auto xf = [](std::uint16_t format) {
-        std::string s(20, '\0');
-        s[2] = static_cast<char>(format & 0xFF);
-        s[3] = static_cast<char>(format >> 8);
-        return s;
+    const auto xf = [&](std::uint16_t format) {
+        return le16(0) + le16(format) + std::string(16, '\0');
     };
-    std::string format;
-    RecordWriter::put16(format, 164);
-    format += RecordWriter::shortString("hh:mm");
-
+    const std::string format = le16(164) + RecordWriter::shortString("hh:mm");
     RecordWriter globals;
     globals.record(0x0809, bof(0x0005));
     globals.bytes() += extraGlobals;

@@ -1,15 +1,8 @@
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
-#include "datasource/database.h"
 #include "datasource/kinds.h"
 #include "excel_test_support.h"
-#include "reader_test_support.h"
 
 using namespace rq;
 using rq::testing::TableSink;

@@ -1,6 +1,5 @@
 // The SQL engine over a small in-memory database, with statements as the
 // Visual SQL wizard builds them and as users type them.
-#include <gtest/gtest.h>
 
 #include "reader_test_support.h"
 #include "sql_test_support.h"

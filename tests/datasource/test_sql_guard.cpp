@@ -1,11 +1,8 @@
 // Statements and stored queries that try to do more than read, or to use
 // memory without end: each is refused with a clear message, leaves no file
 // behind and changes nothing.
-#include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "datasource/readers.h"

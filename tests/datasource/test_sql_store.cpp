@@ -1,8 +1,6 @@
 // Tables as the engine holds them: values take the form a stored SQLite
 // column of the same declared type would give them, and equality lookups find
 // what SQLite's own comparison finds.
-#include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include "datasource/sql/tablestore.h"
 #include "reader_test_support.h"
