@@ -34,6 +34,13 @@ inline std::string joined(const std::vector<std::string>& cells) {
     return s;
 }
 
+// Each row as "a|b|c".
+inline std::vector<std::string> joinedRows(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::string> out;
+    for (const auto& r : rows) out.push_back(joined(r));
+    return out;
+}
+
 struct TableSink : RecordSink {
     std::vector<Field> fields;
     std::vector<std::vector<std::string>> rows;

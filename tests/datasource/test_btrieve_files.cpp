@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <set>
+#include <tuple>
 
 #include "datasource/btrieve/btrievefile.h"
 #include "reader_test_support.h"
@@ -36,12 +37,10 @@ unsigned u16(const std::string& r, std::size_t at) {
 TEST(BtrieveFile, FiveXRecordsMatchTheAuthorsSqliteConversion) {
     REQUIRE_FIXTURES();
     DataFile f = DataFile::open((fixtures() / "wbtrv32/MBBSEMU.DAT").string());
-    EXPECT_EQ(f.info().version, 5);
-    EXPECT_EQ(f.info().pageSize, 512u);
-    EXPECT_EQ(f.info().recordLength, 74u);
-    EXPECT_EQ(f.info().physicalRecordLength, 90u);
-    EXPECT_EQ(f.info().keyCount, 4u);
-    EXPECT_FALSE(f.info().variableLength);
+    const auto& i = f.info();  // version, page, record, physical record, keys, variable
+    EXPECT_EQ(std::tuple(i.version, i.pageSize, i.recordLength, i.physicalRecordLength, i.keyCount,
+                         i.variableLength),
+              std::tuple(5, 512u, 74u, 90u, 4u, false));
 
     const auto expected = rq::testing::sqliteColumn(
         fixtures() / "wbtrv32/mbbsemu_sqlite/MBBSEMU.DB", "SELECT data FROM data_t ORDER BY id");
@@ -129,9 +128,7 @@ TEST(BtrieveFile, NonBtrieveBytesAreRefused) {
     EXPECT_THROW(DataFile::fromBytes("short", "x"), DatabaseError);
     EXPECT_THROW(DataFile::fromBytes(std::string(4096, 'A'), "x"), DatabaseError);
     std::string fc(4096, '\0');
-    fc[0] = 'F';
-    fc[1] = 'C';
-    fc[8] = 0;
+    fc.replace(0, 2, "FC");
     fc[9] = 4;  // page size 1024, but no allocation table
     fc[0x16] = 10;
     fc[0x18] = 12;

@@ -59,9 +59,8 @@ TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.fixture);
-        const fs::path folder = dir / c.renamed;
-        fs::create_directory(folder.string() + ".d");
-        const fs::path copy = folder.string() + ".d/" + c.renamed;
+        const fs::path copy = dir / (std::string(c.renamed) + ".d") / c.renamed;
+        fs::create_directory(copy.parent_path());
         fs::copy_file(kFixtures / c.fixture, copy);
         if (c.companion) {
             const fs::path from = (kFixtures / c.fixture).parent_path() / c.companion;

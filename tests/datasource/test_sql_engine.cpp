@@ -36,11 +36,7 @@ class SqlEngine : public ::testing::Test {
         return r;
     }
     // Every row of the result as "a|b|c".
-    Lines lines(const std::string& sql) {
-        Lines out;
-        for (const auto& row : run(sql).rows) out.push_back(rq::testing::joined(row));
-        return out;
-    }
+    Lines lines(const std::string& sql) { return rq::testing::joinedRows(run(sql).rows); }
     std::vector<int> types(const std::string& sql) {
         std::vector<int> out;
         for (const auto& f : run(sql).fields) out.push_back(f.type);

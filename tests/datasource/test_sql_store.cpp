@@ -79,9 +79,7 @@ class SqlJoins : public ::testing::Test {
     std::vector<std::string> lines(const std::string& sql) {
         Result r;
         runSqlOverDatabase(db, sql, r);
-        std::vector<std::string> out;
-        for (const auto& row : r.rows) out.push_back(rq::testing::joined(row));
-        return out;
+        return rq::testing::joinedRows(r.rows);
     }
     MemoryDatabase db;
 };
