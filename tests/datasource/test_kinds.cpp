@@ -19,9 +19,7 @@ class KindsTest : public ::testing::Test {
 };
 
 std::vector<std::string> names(Database& db) {
-    std::vector<std::string> out;
-    for (const auto& e : listedCatalog(db)) out.push_back(e.name);
-    return out;
+    return rq::testing::catalogNames(listedCatalog(db));
 }
 
 std::vector<std::vector<std::string>> rowsOf(Database& db, const std::string& table) {

@@ -14,15 +14,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CountSink : RecordSink {
-    std::size_t rows = 0;
-    void begin(const std::vector<Field>&) override {}
-    void row(const std::string_view*, std::size_t) override { ++rows; }
-};
+using rq::testing::TableSink;
 
 // The message of the DatabaseError that running the statement throws ("" when none).
 std::string refusal(Database& db, const std::string& sql, const SqlOptions& options = {}) {
-    CountSink sink;
+    TableSink sink;
     const auto e = rq::testing::errorOf([&] { runSqlOverDatabase(db, sql, sink, options); });
     return e == "no error" ? "" : e;
 }
@@ -178,7 +174,7 @@ TEST_F(SqlGuard, ValuesAndMemoryAreBounded) {
 TEST_F(SqlGuard, EndlessResultsStopAtTheResultLimit) {
     SqlOptions options;
     options.limits.resultBytes = 4 << 20;
-    CountSink sink;
+    TableSink sink;
     const std::string error = rq::testing::errorOf([&] {
         runSqlOverDatabase(db,
                            "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) "
@@ -188,16 +184,16 @@ TEST_F(SqlGuard, EndlessResultsStopAtTheResultLimit) {
     EXPECT_NE(error.find("larger than allowed (4 MB)"), std::string::npos) << error;
     // Records were handed on as they came, and stopped near the limit:
     // each takes at least 32 + 2 * 4 bytes.
-    EXPECT_GT(sink.rows, 10000u);
-    EXPECT_LT(sink.rows, (4u << 20) / 40);
+    EXPECT_GT(sink.rows.size(), 10000u);
+    EXPECT_LT(sink.rows.size(), (4u << 20) / 40);
 
     // A result as large as its table is not refused under the default limits.
     MemTable big{{{"Id", kLong}, {"Text", kText}}, {}};
     for (int i = 0; i < 50000; ++i) big.rows.push_back({std::to_string(i), std::string(100, 'a')});
     db.tables.push_back({"Big", big});
-    CountSink all;
+    TableSink all;
     runSqlOverDatabase(db, "SELECT * FROM Big", all);
-    EXPECT_EQ(all.rows, 50000u);
+    EXPECT_EQ(all.rows.size(), 50000u);
 }
 
 TEST_F(SqlGuard, ARunningStatementCanBeCancelled) {
