@@ -102,8 +102,9 @@ class CliTest : public ::testing::Test {
 
     // The run fails with the status and one line on standard error that holds the text.
     Result expectError(const std::vector<std::string>& args, int status,
-                       const std::string& part = "") {
-        const Result r = run(args);
+                       const std::string& part = "",
+                       const std::vector<std::string>& environment = {}) {
+        const Result r = run(args, environment);
         EXPECT_EQ(r.status, status) << r.err;
         EXPECT_TRUE(oneLine(r.err)) << r.err;
         EXPECT_EQ(r.err.rfind("rowquill-cli: ", 0), 0u) << r.err;

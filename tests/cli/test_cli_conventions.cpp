@@ -1,9 +1,6 @@
 // The conventions scripts rely on: help and version, "--", "-" for standard
 // input and output, plain kind names, one-table sources, passwords, standard
 // CSV, the progress line.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 #include "cli_test_support.h"
 
@@ -52,23 +49,18 @@ TEST_F(CliConventions, HelpAndVersion) {
     EXPECT_NE(run({"export", "--help"}).out.find("--rfc4180"), std::string::npos);
     EXPECT_EQ(run({"export", "--help"}).out.find("--split"), std::string::npos);
     // A usage error points at the command's own help.
-    const Result bad = run({"export", path("one"), "--split", "2"});
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_NE(bad.err.find("(see rowquill-cli export --help)"), std::string::npos) << bad.err;
+    expectError({"export", path("one"), "--split", "2"}, 1, "(see rowquill-cli export --help)");
 }
 
 TEST_F(CliConventions, StandardOutputIsTheDefaultAndDashNamesIt) {
     const Result r = run({"convert", path("one/orders.csv")});  // one table: no --table
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, kOrdersXml);
+    EXPECT_EQ(r.out, kOrdersXml) << r.err;
     EXPECT_EQ(run({"convert", path("one/orders.csv"), "-o", "-"}).out, kOrdersXml);
     EXPECT_FALSE(fs::exists("-"));
     EXPECT_NE(run({"layout", path("one")}).out.find("<data-element name=\"Name\" column=\"1\"/>"),
               std::string::npos);
     // With more than one table the name is needed, and the message says so.
-    const Result two = run({"convert", path("two")});
-    EXPECT_EQ(two.status, 1);
-    EXPECT_NE(two.err.find("--table"), std::string::npos) << two.err;
+    expectError({"convert", path("two")}, 1, "--table");
     EXPECT_EQ(run({"convert", path("two"), "--table", "b.csv"}).status, 0);
 }
 
@@ -83,22 +75,15 @@ TEST_F(CliConventions, DashReadsATextTableFromStandardInput) {
 
 TEST_F(CliConventions, DoubleDashEndsTheOptions) {
     EXPECT_EQ(run({"convert", "--", path("one/orders.csv")}).out, kOrdersXml);
-    const Result r = run({"tables", "--", "--kind"});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("cannot find the source --kind"), std::string::npos) << r.err;
+    expectError({"tables", "--", "--kind"}, 2, "cannot find the source --kind");
 }
 
 TEST_F(CliConventions, PlainKindNamesBesideConnectStrings) {
-    const std::string expected = "a#csv\nb#csv\n";
     for (const char* kind : {"text", "TEXT", "Text;"}) {
-        SCOPED_TRACE(kind);
         const Result r = run({"tables", path("two"), "--kind", kind});
-        EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(r.out, expected);
+        EXPECT_EQ(r.out + r.err, "a#csv\nb#csv\n") << kind;
     }
-    const Result bad = run({"tables", path("two"), "--kind", "text;"});
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_NE(bad.err.find("lotus-wk1"), std::string::npos) << bad.err;  // the names are listed
+    expectError({"tables", path("two"), "--kind", "text;"}, 1, "lotus-wk1");  // the names listed
 }
 
 TEST_F(CliConventions, ARenamedFileIsReadByItsContent) {
@@ -106,25 +91,21 @@ TEST_F(CliConventions, ARenamedFileIsReadByItsContent) {
     if (!fs::exists(people)) GTEST_SKIP() << "fixtures folder absent: " << people;
     fs::create_directory(dir / "renamed");
     fs::copy_file(people, dir / "renamed" / "people.data");
-    const Result r = run({"export", path("renamed/people.data"), "--rfc4180"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out.substr(0, r.out.find("\r\n")), "NAME,BIRTHDATE");
+    const std::string out = written({"export", path("renamed/people.data"), "--rfc4180"}, "o");
+    EXPECT_EQ(out.substr(0, out.find("\r\n")), "NAME,BIRTHDATE");
 }
 
 TEST_F(CliConventions, PasswordFromOptionEnvironmentOrTerminal) {
     const fs::path locked = kFixtures / "access" / "jettoobjects" / "password-database.mdb";
     if (!fs::exists(locked)) GTEST_SKIP() << "fixtures folder absent: " << locked;
     const std::string db = locked.string();
-    Result r = run({"tables", db});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("ROWQUILL_PASSWORD"), std::string::npos) << r.err;
+    expectError({"tables", db}, 2, "ROWQUILL_PASSWORD");
     EXPECT_TRUE(prompts.empty());  // no terminal, no question
 
     EXPECT_EQ(run({"tables", db, "--password", "abcd1234"}).out, "Products\n");
     EXPECT_EQ(run({"tables", db}, {"ROWQUILL_PASSWORD=abcd1234"}).out, "Products\n");
-    r = run({"tables", db, "--password", "nope"}, {"ROWQUILL_PASSWORD=abcd1234"});
-    EXPECT_EQ(r.status, 2);  // the option wins over the environment
-    EXPECT_NE(r.err.find("wrong"), std::string::npos) << r.err;
+    // The option wins over the environment.
+    expectError({"tables", db, "--password", "nope"}, 2, "wrong", {"ROWQUILL_PASSWORD=abcd1234"});
 
     terminal = true;
     secret = "abcd1234";
@@ -132,23 +113,19 @@ TEST_F(CliConventions, PasswordFromOptionEnvironmentOrTerminal) {
     ASSERT_EQ(prompts.size(), 1u);
     EXPECT_EQ(prompts[0], "Password for " + db + ": ");
     secret = "wrong";
-    r = run({"tables", db});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_NE(r.err.find("wrong"), std::string::npos) << r.err;
+    expectError({"tables", db}, 2, "wrong");
 }
 
 TEST_F(CliConventions, StandardCsvBesideTheProgramsOwnForm) {
     write("q/q.csv", "a,b,c\r\n\"say \"\"hi\"\"\",\"two\nlines\",\r\nplain, x ,\r\n");
-    const Result standard = run({"export", path("q/q.csv"), "--rfc4180"});
-    ASSERT_EQ(standard.status, 0) << standard.err;
-    EXPECT_EQ(standard.out, "a,b,c\r\n\"say \"\"hi\"\"\",\"two\nlines\",\r\nplain, x ,\r\n");
-    const Result own = run({"export", path("q/q.csv")});
-    EXPECT_EQ(own.out.substr(0, 17), "\"a\",\"b\",\"c\"\r\n\"say");
+    EXPECT_EQ(written({"export", path("q/q.csv"), "--rfc4180"}, "o"),
+              "a,b,c\r\n\"say \"\"hi\"\"\",\"two\nlines\",\r\nplain, x ,\r\n");
+    EXPECT_EQ(written({"export", path("q/q.csv")}, "o").substr(0, 17),
+              "\"a\",\"b\",\"c\"\r\n\"say");
 }
 
 TEST_F(CliConventions, ProgressOnlyOnATerminal) {
-    Result quiet = run({"convert", path("one/orders.csv"), "-o", path("o.xml")});
-    EXPECT_EQ(quiet.err, "");
+    written({"convert", path("one/orders.csv")}, "o.xml");  // no progress: nothing on stderr
     terminal = true;
     Result shown = run({"convert", path("one/orders.csv"), "-o", path("o.xml")});
     EXPECT_EQ(shown.status, 0);

@@ -1,13 +1,12 @@
 // The output file as the built program writes it: through links, keeping a
 // replaced file's mode, straight into /dev/stdout, as an ordinary user, and
 // with nothing left behind when interrupted.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "cli_test_support.h"
@@ -30,11 +29,10 @@ class CliOutput : public CliTest {
         write("db/t.csv", "n\n1\n");
     }
     // Files whose names begin with "." in the folder (temporary files).
-    int hiddenFiles(const fs::path& folder) {
-        int n = 0;
-        for (auto& e : fs::directory_iterator(folder))
-            n += e.path().filename().string().front() == '.' ? 1 : 0;
-        return n;
+    static long hiddenFiles(const fs::path& folder) {
+        return std::count_if(fs::directory_iterator(folder), {}, [](const fs::directory_entry& e) {
+            return e.path().filename().string().front() == '.';
+        });
     }
 };
 
@@ -72,10 +70,10 @@ TEST_F(CliOutput, DevStdoutAsAnOrdinaryUser) {
                             quoted(ROWQUILL_CLI) + " convert " + quoted(path("db/t.csv")) +
                             " -o /dev/stdout >" + quoted(path("out")) + " 2>" + quoted(path("err"));
     const int raw = std::system(cmd.c_str());
-    if (slurp(dir / "err").find("Permission denied") != std::string::npos &&
-        slurp(dir / "err").find("rowquill-cli") == std::string::npos)
-        GTEST_SKIP() << "nobody cannot run the program here: " << slurp(dir / "err");
-    EXPECT_EQ(WEXITSTATUS(raw), 0) << slurp(dir / "err");
+    const std::string err = slurp(dir / "err");
+    if (contains(err, "Permission denied") && !contains(err, "rowquill-cli"))
+        GTEST_SKIP() << "nobody cannot run the program here: " << err;
+    EXPECT_EQ(WEXITSTATUS(raw), 0) << err;
     EXPECT_EQ(slurp(dir / "out"), kDocument);
 }
 

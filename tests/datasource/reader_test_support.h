@@ -4,6 +4,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -31,6 +32,13 @@ inline std::string joined(const std::vector<std::string>& cells) {
     std::string s;
     for (std::size_t i = 0; i < cells.size(); ++i) s += (i ? "|" : "") + cells[i];
     return s;
+}
+
+// Each row as "a|b|c".
+inline std::vector<std::string> joinedRows(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::string> out;
+    for (const auto& r : rows) out.push_back(joined(r));
+    return out;
 }
 
 struct TableSink : RecordSink {
@@ -136,6 +144,25 @@ inline bool contains(const std::string& text, const std::string& part) {
 inline std::string slurp(const std::filesystem::path& p) {
     std::ifstream in(p, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// The first column of every row a statement gives over an SQLite file, as
+// bytes (numbers as their text); nothing when the file or statement fails.
+inline std::vector<std::string> sqliteColumn(const std::filesystem::path& file,
+                                             const std::string& sql) {
+    std::vector<std::string> out;
+    sqlite3* db = nullptr;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+        sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr) == SQLITE_OK)
+        while (sqlite3_step(st) == SQLITE_ROW) {
+            const auto* bytes = static_cast<const char*>(sqlite3_column_blob(st, 0));
+            out.emplace_back(bytes ? bytes : "",
+                             static_cast<std::size_t>(sqlite3_column_bytes(st, 0)));
+        }
+    sqlite3_finalize(st);
+    sqlite3_close(db);
+    return out;
 }
 
 // A fresh folder of its own, removed with everything in it at the end.

@@ -1,20 +1,12 @@
 // Btrieve dictionaries opened as databases: the real doclife dictionary (its
 // expected rows were worked out from the bytes with a separate script) and a
 // small dictionary built here for the field types the sample lacks.
-#include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
-
-#include <unistd.h>
 
 #include "datasource/btrieve/btrievedictionary.h"
 #include "datasource/btrieve/btrievefields.h"
-#include "datasource/database.h"
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "reader_test_support.h"
 
 using namespace rq;
@@ -28,50 +20,43 @@ fs::path doclife() {
 }
 
 using Collect = rq::testing::TableSink;
+using rq::testing::joined;
 
 std::string joinNames(const std::vector<Field>& fields) {
-    std::string s;
-    for (std::size_t i = 0; i < fields.size(); ++i) s += (i ? "|" : "") + fields[i].name;
-    return s;
+    std::vector<std::string> names;
+    for (const auto& f : fields) names.push_back(f.name);
+    return joined(names);
 }
 
+// Tables of the dictionary (code page 866), among them every field type it uses.
 struct Expected {
     const char* table;
     std::size_t count;
-    const char* fields;
-    const char* first;
-    const char* last;
+    const char *fields, *first, *last;
 };
-
-// Tables of the dictionary (code page 866), among them every field type it uses.
+// clang-format off
 const Expected kDoclife[] = {
-    {"X$File", 30, "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags", "1|X$File|file.ddf|16",
-     "30|Счета_партнеров|f30.dat|0"},
+    {"X$File", 30, "Xf$Id|Xf$Name|Xf$Loc|Xf$Flags", "1|X$File|file.ddf|16", "30|Счета_партнеров|f30.dat|0"},
     {"X$Field", 150, "Xe$Id|Xe$File|Xe$Name|Xe$DataType|Xe$Offset|Xe$Size|Xe$Dec|Xe$Flags",
      "0|0|ddd|0|0|0|0|0", "169|30|Псевдоним|0|18|16|0|0"},
-    {"X$Relation", 0, "Relation_id|Part|Source_file_id|Source_field_id|Dest_file_id|Dest_index_#",
-     "", ""},
+    {"X$Relation", 0, "Relation_id|Part|Source_file_id|Source_field_id|Dest_file_id|Dest_index_#", "", ""},
     {"Статьи_расходов", 16, "Номер_статьи|Название статьи", "1|100000 Текущие расходы",
      "9|240100 Приобретение оборудования и предметов длительного пользования"},
     {"Движение_средств", 1, "Номер счета|дата|Сумма|Код_договора|Расход",
-     "19000141481|1994-10-10|111111111111111||false",
-     "19000141481|1994-10-10|111111111111111||false"},
+     "19000141481|1994-10-10|111111111111111||false", "19000141481|1994-10-10|111111111111111||false"},
     {"Договор", 46,
-     "Номер_договора|Тип_договора|Дата_заключения|Код_партнера|Дата_начала|Дата_окончания|Код_"
-     "получателя|Содержание|Состояние_договора|Примечание|Краткое_описание|Признак "
-     "закрытия|Признак счета|Район|Тип финансирования",
-     "00-002513 (2|3|1995-04-01|63|1995-04-01|1995-12-31|63|Общая площадь 2671.47 кв.м "
-     ",полезная площадь  1311.26 кв.,м|1||КУГИ    Суворовский пр.62|0|0|24|1",
-     "91|5|1995-04-01|57|1995-04-01|1995-12-31|57||1||УВД ПЕТРОДВОРЦОВОГО РАЙОНА, Охрана "
-     "помещений к.228|0|0|18|1"},
-    {"Справочник_партнеров", 65, "Код партнера|Наименование|Телефоны|Факс",
-     "1|ИЧП \"ГЕО\"|439-50-93|",
+     "Номер_договора|Тип_договора|Дата_заключения|Код_партнера|Дата_начала|Дата_окончания|Код_получателя|"
+     "Содержание|Состояние_договора|Примечание|Краткое_описание|Признак закрытия|Признак счета|Район|Тип финансирования",
+     "00-002513 (2|3|1995-04-01|63|1995-04-01|1995-12-31|63|Общая площадь 2671.47 кв.м ,полезная площадь  "
+     "1311.26 кв.,м|1||КУГИ    Суворовский пр.62|0|0|24|1",
+     "91|5|1995-04-01|57|1995-04-01|1995-12-31|57||1||УВД ПЕТРОДВОРЦОВОГО РАЙОНА, Охрана помещений к.228|0|0|18|1"},
+    {"Справочник_партнеров", 65, "Код партнера|Наименование|Телефоны|Факс", "1|ИЧП \"ГЕО\"|439-50-93|",
      "66|QQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQQ||"},
     {"История_статьи", 82,
-     "Договор|Статья|Дата начала действия|Операция|Изменяем на|Примечание|Авансовый "
-     "платеж|Что изменяется",
+     "Договор|Статья|Дата начала действия|Операция|Изменяем на|Примечание|Авансовый платеж|Что изменяется",
      "|0|1995-01-11|1|153750000||false|0", "91|0|1995-04-01|3|373800||false|0"},
 };
+// clang-format on
 
 std::unique_ptr<Database> openDoclife(int codepage) {
     return openFileDatabase("Btrieve;", (doclife() / "FILE.DDF").string(),
@@ -137,96 +122,104 @@ TEST(BtrieveDictionary, CatalogListsEveryEntryAndMissingFilesFailOnLoad) {
 
 // A dictionary made here: one table of every field type, one whose data file
 // is missing, stored with locations in another letter case and with
-// backslashes.
+// backslashes. Each field's stored bytes and the text they read as:
+struct BuiltField {
+    const char* name;
+    int type;
+    std::string bytes;
+    int dec;
+    const char* text;
+};
+using namespace std::string_literals;
+// clang-format off
+const BuiltField kBuilt[] = {
+    {"Gr\x94\xE1" "e", bt::kString, "abc       ", 0, "abc"},  // "Größe" in code page 437
+    {"lstr", bt::kLstring, "\x03xyzQQ", 0, "xyz"},
+    {"zstr", bt::kZstring, "hi\0zz\0"s, 0, "hi"},
+    {"i1", bt::kInteger, "\xFF", 0, "-1"},
+    {"i2", bt::kInteger, "\x00\x80"s, 0, "-32768"},
+    {"i4", bt::kInteger, "\x40\xE2\x01\x00"s, 0, "123456"},
+    {"i8", bt::kInteger, "\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 0, "-2"},
+    {"u2", bt::kUnsigned, "\xFF\xFF", 0, "65535"},
+    {"auto", bt::kAutoinc, "\x07\x00\x00\x00"s, 0, "7"},
+    {"f4", bt::kFloat, "\x9A\x99\x19\x3E", 0, "0.15"},
+    {"f8", bt::kFloat, "\x00\x00\x00\x00\x00\x00\x04\x40"s, 0, "2.5"},
+    {"mbf", bt::kBfloat, "\x00\x00\x80\x80"s, 0, "-0.5"},
+    {"date", bt::kDate, "\x0F\x01\xE8\x07", 0, "2024-01-15"},
+    {"nodate", bt::kDate, "\x00\x00\x00\x00"s, 0, ""},
+    {"time", bt::kTime, "\x19\x07\x2D\x0D", 0, "13:45:07.25"},
+    {"stamp", bt::kTimestamp, "\x40\x21\x62\x2b\xd0\x15\xdc\x08", 0, "2024-01-15T13:45:00.5"},
+    {"dec", bt::kDecimal, "\x12\x34\x5D", 2, "-123.45"},
+    {"money", bt::kMoney, "\x00\x19\x95\x0C"s, 2, "199.5"},
+    {"num", bt::kNumeric, "0012N", 2, "-1.25"},
+    {"numsts", bt::kNumericSts, "123-", 0, "-123"},
+    {"yes", bt::kLogical, "\x01", 0, "true"},
+    {"no", bt::kLogical, "\x00\x00"s, 0, "false"},
+    {"cur", bt::kCurrency, "\x0E\x0D\x03\x00\x00\x00\x00\x00"s, 0, "19.995"},
+    {"bit", bt::kBit, "\x08", 3, "true"},
+    {"guid", bt::kGuid, "\x33\x22\x11\x00\x55\x44\x77\x66\x88\x99\xAA\xBB\xCC\xDD\xEE\xFF"s, 0,
+     "{00112233-4455-6677-8899-AABBCCDDEEFF}"},
+    {"wstr", bt::kWstring, "A\0b\0 \0 \0"s, 0, "Ab"},
+};
+// clang-format on
+
 class BtrieveBuiltDictionary : public ::testing::Test {
   protected:
     void SetUp() override {
-        dir_ = fs::temp_directory_path() / ("rq_btrieve_dict_" + std::to_string(::getpid()));
-        fs::remove_all(dir_);
         fs::create_directories(dir_ / "data");
         write(dir_ / "file.ddf",
               bt::writeDataFile5(512, 87, false,
                                  {bt::fileDictionaryRecord(1, "Typen", "C:\\APP\\DATA\\TYPEN.DAT"),
                                   bt::fileDictionaryRecord(2, "Fehlt", "missing.dat")}));
         std::vector<std::string> fields;
-        auto add = [&](const char* name, int type, int offset, int size, int dec = 0) {
+        auto add = [&](const char* name, int type, std::size_t offset, std::size_t size,
+                       int dec = 0) {
             fields.push_back(bt::fieldDictionaryRecord(
                 static_cast<std::uint16_t>(fields.size() + 1), 1, name, type,
                 static_cast<std::uint16_t>(offset), static_cast<std::uint16_t>(size), dec));
         };
-        std::string r;
-        auto put = [&](const char* name, int type, std::string bytes, int dec = 0) {
-            offsets_[name] = r.size();
-            add(name, type, static_cast<int>(r.size()), static_cast<int>(bytes.size()), dec);
-            r += bytes;
-        };
-        using namespace std::string_literals;
-        put("Gr\x94\xE1"
-            "e",
-            bt::kString, "abc       ");
-        put("lstr", bt::kLstring, "\x03xyzQQ");
-        put("zstr", bt::kZstring, "hi\0zz\0"s);
-        put("i1", bt::kInteger, "\xFF");
-        put("i2", bt::kInteger, "\x00\x80"s);
-        put("i4", bt::kInteger, "\x40\xE2\x01\x00"s);
-        put("i8", bt::kInteger, "\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF");
-        put("u2", bt::kUnsigned, "\xFF\xFF");
-        put("auto", bt::kAutoinc, "\x07\x00\x00\x00"s);
-        put("f4", bt::kFloat, "\x9A\x99\x19\x3E");
-        put("f8", bt::kFloat, "\x00\x00\x00\x00\x00\x00\x04\x40"s);
-        put("mbf", bt::kBfloat, "\x00\x00\x80\x80"s);
-        put("date", bt::kDate, "\x0F\x01\xE8\x07");
-        put("nodate", bt::kDate, "\x00\x00\x00\x00"s);
-        put("time", bt::kTime, "\x19\x07\x2D\x0D");
-        put("stamp", bt::kTimestamp, "\x40\x21\x62\x2b\xd0\x15\xdc\x08");
-        put("dec", bt::kDecimal, "\x12\x34\x5D", 2);
-        put("money", bt::kMoney, "\x00\x19\x95\x0C"s, 2);
-        put("num", bt::kNumeric, "0012N", 2);
-        put("numsts", bt::kNumericSts, "123-");
-        put("yes", bt::kLogical, "\x01");
-        put("no", bt::kLogical, "\x00\x00"s);
-        put("cur", bt::kCurrency, "\x0E\x0D\x03\x00\x00\x00\x00\x00"s);
-        put("bit", bt::kBit, "\x08", 3);
-        put("guid", bt::kGuid, "\x33\x22\x11\x00\x55\x44\x77\x66\x88\x99\xAA\xBB\xCC\xDD\xEE\xFF"s);
-        put("wstr", bt::kWstring, "A\0b\0 \0 \0"s);
+        for (const BuiltField& f : kBuilt) {
+            offsets_[f.name] = record_.size();
+            add(f.name, f.type, record_.size(), f.bytes.size(), f.dec);
+            record_ += f.bytes;
+        }
         // An index entry is not a column.
         fields.push_back(bt::fieldDictionaryRecord(90, 1, "by_name", 255, 0, 10));
-        add("note", bt::kNote, static_cast<int>(r.size()), 0);
+        add("note", bt::kNote, record_.size(), 0);
         add("beyond", bt::kInteger, 4000, 2);
-        recordLength_ = r.size();
-        record_ = r;
         write(dir_ / "Field.DDF", bt::writeDataFile5(1024, 32, false, fields));
-        std::string second = r;
+        std::string second = record_;
         second[0] = 'Z';
-        write(dir_ / "data" / "typen.dat",
-              bt::writeDataFile5(1024, static_cast<std::uint32_t>(r.size()), true,
-                                 {r + "Memo text\0"s, second}));
+        writeData({record_ + "Memo text\0"s, second}, true);
     }
-    void TearDown() override { fs::remove_all(dir_); }
     static void write(const fs::path& p, const std::string& bytes) {
         std::ofstream(p, std::ios::binary) << bytes;
+    }
+    void writeData(const std::vector<std::string>& records, bool variable) {
+        write(dir_ / "data" / "typen.dat",
+              bt::writeDataFile5(1024, static_cast<std::uint32_t>(record_.size()), variable,
+                                 records));
     }
     std::unique_ptr<Database> open() {
         return openFileDatabase("Btrieve;", (dir_ / "file.ddf").string());
     }
-    fs::path dir_;
-    std::size_t recordLength_ = 0;
+    rq::testing::ScratchFolder scratch_;
+    const fs::path dir_ = scratch_.path();
     std::string record_;
     std::map<std::string, std::size_t> offsets_;
 };
 
 TEST_F(BtrieveBuiltDictionary, EveryFieldTypeBecomesItsText) {
-    auto db = open();
     Collect c;
-    db->read("Typen", c);
+    open()->read("Typen", c);
     ASSERT_EQ(c.rows.size(), 2u);
-    EXPECT_EQ(joinNames(c.fields),
-              "Größe|lstr|zstr|i1|i2|i4|i8|u2|auto|f4|f8|mbf|date|nodate|time|stamp|dec|money|"
-              "num|numsts|yes|no|cur|bit|guid|wstr|note|beyond");
-    EXPECT_EQ(c.line(0),
-              "abc|xyz|hi|-1|-32768|123456|-2|65535|7|0.15|2.5|-0.5|2024-01-15||13:45:07.25|"
-              "2024-01-15T13:45:00.5|-123.45|199.5|-1.25|-123|true|false|19.995|true|"
-              "{00112233-4455-6677-8899-AABBCCDDEEFF}|Ab|Memo text|");
+    ASSERT_EQ(c.fields.size(), std::size(kBuilt) + 2);
+    for (std::size_t i = 0; i < std::size(kBuilt); ++i) {
+        EXPECT_EQ(c.fields[i].name, i ? kBuilt[i].name : "Größe");
+        EXPECT_EQ(c.rows[0][i], kBuilt[i].text) << kBuilt[i].name;
+    }
+    EXPECT_EQ(joinNames(c.fields).substr(joinNames(c.fields).size() - 12), "|note|beyond");
+    EXPECT_EQ(c.rows[0][std::size(kBuilt)] + "|" + c.rows[0].back(), "Memo text|");
     // No variable part: the note is empty.
     EXPECT_EQ(c.rows[1].front(), "Zbc");
     EXPECT_EQ(c.line(1).substr(c.line(1).size() - 2), "||");
@@ -243,16 +236,14 @@ TEST_F(BtrieveBuiltDictionary, ValuesThatAreNoValueOfTheirTypeAreLeftEmptyAndNam
     set("num", "00x2N");
     std::string unwritten = record_;  // a decimal of zero bytes was never written
     unwritten.replace(offsets_.at("dec"), 3, std::string(3, '\0'));
-    write(dir_ / "data" / "typen.dat",
-          bt::writeDataFile5(1024, static_cast<std::uint32_t>(r.size()), false, {r, unwritten}));
+    writeData({r, unwritten}, false);
     Collect c;
     open()->read("Typen", c);
     ASSERT_EQ(c.rows.size(), 2u);
-    auto cell = [&](std::size_t row, std::size_t col) { return c.rows[row].at(col); };
     // Columns 12 date, 14 time, 16 dec, 18 num.
-    for (std::size_t col : {12u, 14u, 16u, 18u}) EXPECT_EQ(cell(0, col), "") << col;
-    EXPECT_EQ(cell(1, 16), "");
-    EXPECT_EQ(cell(1, 12), "2024-01-15");
+    for (std::size_t col : {12u, 14u, 16u, 18u}) EXPECT_EQ(c.rows[0].at(col), "") << col;
+    EXPECT_EQ(c.rows[1].at(16), "");
+    EXPECT_EQ(c.rows[1].at(12), "2024-01-15");
     const std::string file = (dir_ / "data" / "typen.dat").string();
     std::vector<std::string> expected;
     for (const char* field : {"date", "time", "dec", "num"})

@@ -1,15 +1,13 @@
 // Reading Btrieve data files without a dictionary, checked against what the
 // sample files hold: the SQLite conversion made by the authors of one of them,
 // and values worked out from the bytes independently of this reader.
-#include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <cstring>
-#include <filesystem>
 #include <set>
+#include <tuple>
 
 #include "datasource/btrieve/btrievefile.h"
-#include "datasource/database.h"
+#include "reader_test_support.h"
 
 using rq::DatabaseError;
 using rq::btrieve::DataFile;
@@ -21,9 +19,7 @@ fs::path fixtures() {
     return fs::path(ROWQUILL_FIXTURES) / "btrieve";
 }
 
-#define REQUIRE_FIXTURES()                                                        \
-    if (!fs::exists(fixtures())) GTEST_SKIP() << "no fixtures at " << fixtures(); \
-    static_assert(true)
+#define REQUIRE_FIXTURES() SKIP_WITHOUT(fixtures())
 
 std::uint64_t fnv1a(const std::vector<std::string>& records) {
     std::uint64_t h = 0xcbf29ce484222325ULL;
@@ -41,27 +37,13 @@ unsigned u16(const std::string& r, std::size_t at) {
 TEST(BtrieveFile, FiveXRecordsMatchTheAuthorsSqliteConversion) {
     REQUIRE_FIXTURES();
     DataFile f = DataFile::open((fixtures() / "wbtrv32/MBBSEMU.DAT").string());
-    EXPECT_EQ(f.info().version, 5);
-    EXPECT_EQ(f.info().pageSize, 512u);
-    EXPECT_EQ(f.info().recordLength, 74u);
-    EXPECT_EQ(f.info().physicalRecordLength, 90u);
-    EXPECT_EQ(f.info().keyCount, 4u);
-    EXPECT_FALSE(f.info().variableLength);
+    const auto& i = f.info();  // version, page, record, physical record, keys, variable
+    EXPECT_EQ(std::tuple(i.version, i.pageSize, i.recordLength, i.physicalRecordLength, i.keyCount,
+                         i.variableLength),
+              std::tuple(5, 512u, 74u, 90u, 4u, false));
 
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open_v2((fixtures() / "wbtrv32/mbbsemu_sqlite/MBBSEMU.DB").c_str(), &db,
-                              SQLITE_OPEN_READONLY, nullptr),
-              SQLITE_OK);
-    sqlite3_stmt* st = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db, "SELECT data FROM data_t ORDER BY id", -1, &st, nullptr),
-              SQLITE_OK);
-    std::vector<std::string> expected;
-    while (sqlite3_step(st) == SQLITE_ROW)
-        expected.emplace_back(static_cast<const char*>(sqlite3_column_blob(st, 0)),
-                              static_cast<std::size_t>(sqlite3_column_bytes(st, 0)));
-    sqlite3_finalize(st);
-    sqlite3_close(db);
-
+    const auto expected = rq::testing::sqliteColumn(
+        fixtures() / "wbtrv32/mbbsemu_sqlite/MBBSEMU.DB", "SELECT data FROM data_t ORDER BY id");
     ASSERT_EQ(expected.size(), 4u);
     EXPECT_EQ(f.records(), expected);
     EXPECT_EQ(f.info().recordCount, 4u);
@@ -124,9 +106,7 @@ TEST(BtrieveFile, FixedAndVariableRecordsOfBothFormatVersions) {
         if (c.records == 0) continue;
         EXPECT_EQ(records.front().substr(c.textAt, std::strlen(c.first)), c.first);
         EXPECT_EQ(records.back().substr(c.textAt, std::strlen(c.last)), c.last);
-        if (c.hash) {
-            EXPECT_EQ(fnv1a(records), c.hash);
-        }
+        EXPECT_EQ(c.hash ? fnv1a(records) : 0, c.hash);  // 0: no hash to compare
     }
     // The variable parts of the 6.x file: a record part of 448 bytes, then these.
     auto menu = DataFile::open((fixtures() / "wbtrv32/WGSMENU2.DAT").string()).records();
@@ -137,22 +117,16 @@ TEST(BtrieveFile, FixedAndVariableRecordsOfBothFormatVersions) {
 TEST(BtrieveFile, CompressedFileIsRefusedByName) {
     REQUIRE_FIXTURES();
     const std::string path = (fixtures() / "ccc-fibu/FI1310.BTR").string();
-    try {
-        DataFile::open(path);
-        FAIL() << "a compressed file was accepted";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find(path), std::string::npos) << e.what();
-        EXPECT_NE(std::string(e.what()).find("compressed"), std::string::npos) << e.what();
-    }
+    const std::string error = rq::testing::errorOf([&] { DataFile::open(path); });
+    EXPECT_TRUE(rq::testing::contains(error, path)) << error;
+    EXPECT_TRUE(rq::testing::contains(error, "compressed")) << error;
 }
 
 TEST(BtrieveFile, NonBtrieveBytesAreRefused) {
     EXPECT_THROW(DataFile::fromBytes("short", "x"), DatabaseError);
     EXPECT_THROW(DataFile::fromBytes(std::string(4096, 'A'), "x"), DatabaseError);
     std::string fc(4096, '\0');
-    fc[0] = 'F';
-    fc[1] = 'C';
-    fc[8] = 0;
+    fc.replace(0, 2, "FC");
     fc[9] = 4;  // page size 1024, but no allocation table
     fc[0x16] = 10;
     fc[0x18] = 12;

@@ -1,15 +1,10 @@
 // Damaged copies of every sample file, cut short and with flipped bits, must
 // give data or a DatabaseError, never a crash or a hang; loops in the chains a
 // Btrieve file keeps are reported.
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <random>
-
-#include <unistd.h>
 
 #include "datasource/btrieve/btrievefile.h"
 #include "datasource/readers.h"
@@ -102,8 +97,8 @@ class DamagedSamples : public ::testing::TestWithParam<Kind> {};
 
 TEST_P(DamagedSamples, GiveDataOrErrors) {
     const Kind& kind = GetParam();
-    const fs::path scratch =
-        fs::temp_directory_path() / ("rq_damaged_" + std::to_string(::getpid()) + kind.name);
+    rq::testing::ScratchFolder scratchFolder;
+    const fs::path& scratch = scratchFolder.path();
     std::mt19937 rng(12345);
     int tables = 0, ok = 0, failed = 0;
     for (const char* folder : kind.folders) {
@@ -131,7 +126,6 @@ TEST_P(DamagedSamples, GiveDataOrErrors) {
             }
         }
     }
-    fs::remove_all(scratch);
     EXPECT_GT(tables, 0);
     EXPECT_GT(failed, 0);  // cut headers must be refused
     EXPECT_GT(ok, 0);      // and a flipped data byte still gives data
@@ -198,24 +192,18 @@ TEST(BtrieveDamage, LoopsInTheChainsAreReported) {
             bytes.replace(0x10, 4, p.after);
         }
         bytes.replace(p.at, 4, p.after);
-        std::string error = "no error";
-        try {
-            btrieve::DataFile::fromBytes(bytes, "damaged").records();
-        } catch (const DatabaseError& e) {
-            error = e.what();
-        }
+        const std::string error =
+            rq::testing::errorOf([&] { btrieve::DataFile::fromBytes(bytes, "damaged").records(); });
         EXPECT_NE(error.find("loops"), std::string::npos) << error;
     }
 }
 
 TEST(BtrieveDamage, DamagedDictionaryFolderOpensOrFailsCleanly) {
     if (!fs::exists(kBtrieve)) GTEST_SKIP() << "no fixtures at " << kBtrieve;
-    const fs::path dir =
-        fs::temp_directory_path() / ("rq_btrieve_ddf_" + std::to_string(::getpid()));
+    rq::testing::ScratchFolder scratch;
+    const fs::path& dir = scratch.path();
     std::mt19937 rng(12345);
     for (int variant = 0; variant < 40; ++variant) {
-        fs::remove_all(dir);
-        fs::create_directories(dir);
         for (const auto& e : fs::directory_iterator(kBtrieve / "doclife")) {
             std::string bytes = slurp(e.path());
             // A third of the files get flipped bits, a tenth are cut.
@@ -224,13 +212,14 @@ TEST(BtrieveDamage, DamagedDictionaryFolderOpensOrFailsCleanly) {
             if (rng() % 10 == 0) bytes.resize(rng() % bytes.size());
             std::ofstream(dir / e.path().filename(), std::ios::binary) << bytes;
         }
-        OpenOptions o;
-        o.codepage = 866;
         int ok = 0, failed = 0;
-        readEverything([&] { return openFileDatabase("Btrieve;", (dir / "FILE.DDF").string(), o); },
-                       ok, failed);
+        readEverything(
+            [&] {
+                return openFileDatabase("Btrieve;", scratch.file("FILE.DDF"),
+                                        {.password = {}, .codepage = 866});
+            },
+            ok, failed);
     }
-    fs::remove_all(dir);
 }
 
 }  // namespace

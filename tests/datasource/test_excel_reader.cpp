@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "datasource/excel/exceldatabase.h"
 #include "datasource/readers.h"
-#include "datasource/sheetloader.h"
 #include "excel_test_support.h"
 
 using namespace rq;
@@ -29,23 +24,14 @@ TableSink readFixture(const std::string& relative, const std::string& table) {
 // A workbook stream with one sheet "Data". XF 0 is General, XF 1 the built-in
 // date format 14, XF 2 the custom time format 164 "hh:mm".
 std::string workbook(const std::string& cells, const std::string& extraGlobals = {}) {
-    auto bof = [](std::uint16_t type) {
-        std::string s;
-        RecordWriter::put16(s, 0x0600);
-        RecordWriter::put16(s, type);
-        s.append(12, '\0');
-        return s;
+    const auto le16 = [](std::uint16_t v) { return std::string{char(v & 0xFF), char(v >> 8)}; };
+    const auto bof = [&](std::uint16_t type) {
+        return le16(0x0600) + le16(type) + std::string(12, '\0');
     };
-    auto xf = [](std::uint16_t format) {
-        std::string s(20, '\0');
-        s[2] = static_cast<char>(format & 0xFF);
-        s[3] = static_cast<char>(format >> 8);
-        return s;
+    const auto xf = [&](std::uint16_t format) {
+        return le16(0) + le16(format) + std::string(16, '\0');
     };
-    std::string format;
-    RecordWriter::put16(format, 164);
-    format += RecordWriter::shortString("hh:mm");
-
+    const std::string format = le16(164) + RecordWriter::shortString("hh:mm");
     RecordWriter globals;
     globals.record(0x0809, bof(0x0005));
     globals.bytes() += extraGlobals;
@@ -66,32 +52,27 @@ std::string workbook(const std::string& cells, const std::string& extraGlobals =
     return globals.bytes() + sheet.bytes();
 }
 
-std::string number(std::uint16_t row, std::uint16_t col, double v, std::uint16_t xf = 0) {
-    std::string d = RecordWriter::cell(row, col, xf);
-    RecordWriter::putDouble(d, v);
+// One record, and the cell records built on it.
+std::string rec(std::uint16_t id, const std::string& body) {
     RecordWriter w;
-    w.record(0x0203, d);
+    w.record(id, body);
     return w.bytes();
 }
 
+std::string number(std::uint16_t row, std::uint16_t col, double v, std::uint16_t xf = 0) {
+    std::string d = RecordWriter::cell(row, col, xf);
+    RecordWriter::putDouble(d, v);
+    return rec(0x0203, d);
+}
+
 std::string label(std::uint16_t row, std::uint16_t col, const std::string& text) {
-    RecordWriter w;
-    w.record(0x0204, RecordWriter::cell(row, col, 0) + RecordWriter::shortString(text));
-    return w.bytes();
+    return rec(0x0204, RecordWriter::cell(row, col, 0) + RecordWriter::shortString(text));
 }
 
 std::string labelSst(std::uint16_t row, std::uint32_t index) {
     std::string d = RecordWriter::cell(row, 0, 0);
     RecordWriter::put32(d, index);
-    RecordWriter w;
-    w.record(0x00FD, d);
-    return w.bytes();
-}
-
-std::string dateSystem1904() {
-    RecordWriter g;
-    g.record(0x0022, std::string("\x01\x00", 2));
-    return g.bytes();
+    return rec(0x00FD, d);
 }
 
 TableSink readBytes(const std::string& bytes, const std::string& table = "Data$") {
@@ -264,10 +245,8 @@ TEST(ExcelRecords, SharedStringsAcrossContinueRecordsAndOnesThatDoNotExist) {
     sst += "ab";
     std::string cont = "\x01";
     for (char16_t c : std::u16string(u"cдe")) RecordWriter::put16(cont, c);
-    RecordWriter globals;
-    globals.record(0x00FC, sst).record(0x003C, cont);
-    TableSink t =
-        readBytes(workbook(labelSst(0, 0) + labelSst(1, 1) + labelSst(2, 7), globals.bytes()));
+    TableSink t = readBytes(workbook(labelSst(0, 0) + labelSst(1, 1) + labelSst(2, 7),
+                                     rec(0x00FC, sst) + rec(0x003C, cont)));
     EXPECT_EQ(t.names(), Strings{"Name"});
     EXPECT_EQ(t.column(0), (Strings{"abcдe", ""}));
     EXPECT_EQ(t.warnings,
@@ -275,7 +254,6 @@ TEST(ExcelRecords, SharedStringsAcrossContinueRecordsAndOnesThatDoNotExist) {
 }
 
 TEST(ExcelRecords, NumbersDatesAndColumnTypes) {
-    RecordWriter w;
     // Heading row with a gap: B1 empty becomes F2.
     std::string cells =
         label(0, 0, "Amount") + label(0, 2, "When") + label(0, 3, "Mixed") + label(0, 4, "At");
@@ -290,19 +268,15 @@ TEST(ExcelRecords, NumbersDatesAndColumnTypes) {
     RecordWriter::put16(mulrk, 0);
     RecordWriter::put32(mulrk, (12345u << 2) | 3u);
     RecordWriter::put16(mulrk, 1);
-    w.record(0x00BD, mulrk);
-    w.record(0x0205, RecordWriter::cell(3, 5, 0) + std::string("\x01\x00", 2));  // BOOLERR
-    TableSink t = readBytes(workbook(cells + w.bytes()));
+    cells += rec(0x00BD, mulrk);
+    cells += rec(0x0205, RecordWriter::cell(3, 5, 0) + std::string("\x01\x00", 2));  // BOOLERR
+    TableSink t = readBytes(workbook(cells));
     EXPECT_EQ(t.names(), (Strings{"Amount", "F2", "When", "Mixed", "At", "F6"}));
     EXPECT_EQ(t.types(),
               (std::vector<int>{kDouble, kDouble, kDateTime, kText, kDateTime, kBoolean}));
-    ASSERT_EQ(t.rows.size(), 3u);
-    EXPECT_EQ(t.column(0), (Strings{"3", "0.1", "1234"}));
-    EXPECT_EQ(t.rows[2][1], "123.45");
-    EXPECT_EQ(t.rows[0][2], "2024-01-15");
-    EXPECT_EQ(t.rows[1][2], "1900-02-28");  // before the phantom 29 February 1900
-    EXPECT_EQ(t.rows[0][4], "12:00:00");
-    EXPECT_EQ(t.rows[2][5], "true");
+    // 59 is 1900-02-28, before the phantom 29 February 1900.
+    EXPECT_EQ(joinedRows(t.rows),
+              (Strings{"3||2024-01-15|1|12:00:00|", "0.1||1900-02-28|x||", "1234|123.45||||true"}));
 }
 
 TEST(ExcelRecords, NegativeSerialsStayNumbersAndThe1904System) {
@@ -313,7 +287,7 @@ TEST(ExcelRecords, NegativeSerialsStayNumbersAndThe1904System) {
     EXPECT_EQ(t.types(), std::vector<int>{kDouble});
     t = readBytes(workbook(
         label(0, 0, "d") + number(1, 0, -1, 1) + number(2, 0, 0, 1) + number(3, 0, 1.25, 1),
-        dateSystem1904()));
+        rec(0x0022, std::string("\x01\x00", 2))));  // the 1904 date system
     EXPECT_EQ(t.column(0), (Strings{"-1", "1904-01-01", "1904-01-02T06:00:00"}));
     EXPECT_TRUE(t.warnings.empty());
 }
@@ -337,25 +311,22 @@ TEST(ExcelRecords, FormulaTextResultFollowsInAStringRecord) {
     std::string f = RecordWriter::cell(1, 0, 0);
     f += std::string("\x00\x00\x00\x00\x00\x00\xFF\xFF", 8);
     f += std::string(6, '\0');  // flags, chain
-    RecordWriter w;
-    w.record(0x0006, f).record(0x0207, RecordWriter::shortString("result"));
-    // A second text formula whose STRING record never comes.
-    w.record(0x0006, RecordWriter::cell(2, 0, 0) + f.substr(6));
-    w.record(0x0203, number(0, 5, 1).substr(4));  // some other cell in between
-    w.record(0x0207, RecordWriter::shortString("stray"));
-    TableSink t = readBytes(workbook(label(0, 0, "F") + w.bytes()));
+    const std::string cells = rec(0x0006, f) + rec(0x0207, RecordWriter::shortString("result")) +
+                              // A second text formula whose STRING record never comes.
+                              rec(0x0006, RecordWriter::cell(2, 0, 0) + f.substr(6)) +
+                              number(0, 5, 1) +  // some other cell in between
+                              rec(0x0207, RecordWriter::shortString("stray"));
+    TableSink t = readBytes(workbook(label(0, 0, "F") + cells));
     EXPECT_EQ(t.column(0), (Strings{"result", ""}));
 }
 
 TEST(ExcelRecords, DamagedAndForeignBytesGiveErrorsNamingTheFile) {
-    RecordWriter filepass;
-    filepass.record(0x002F, std::string(6, '\0'));
     const std::pair<std::string, int> cases[] = {
         {"", kErrUnrecognisedFormat},
         {"hello, world", kErrUnrecognisedFormat},
         // A compound file signature with nothing behind it.
         {std::string("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + std::string(600, '\0'), kErrGeneric},
-        {workbook(label(0, 0, "x"), filepass.bytes()), kErrGeneric},
+        {workbook(label(0, 0, "x"), rec(0x002F, std::string(6, '\0'))), kErrGeneric},  // FILEPASS
     };
     for (const auto& [bytes, code] : cases) {
         try {
@@ -366,7 +337,7 @@ TEST(ExcelRecords, DamagedAndForeignBytesGiveErrorsNamingTheFile) {
             }
             ADD_FAILURE() << "no error";
         } catch (const DatabaseError& e) {
-            EXPECT_NE(std::string(e.what()).find("broken.xls"), std::string::npos) << e.what();
+            EXPECT_TRUE(contains(e.what(), "broken.xls")) << e.what();
             EXPECT_EQ(e.code(), code) << e.what();
         }
     }

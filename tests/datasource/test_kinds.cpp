@@ -1,12 +1,6 @@
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
-#include "datasource/database.h"
 #include "datasource/kinds.h"
 #include "excel_test_support.h"
 
@@ -20,24 +14,16 @@ const fs::path kFixtures = fs::path(ROWQUILL_FIXTURES);
 
 class KindsTest : public ::testing::Test {
   protected:
-    fs::path dir;
-    void SetUp() override {
-        std::string templ = (fs::temp_directory_path() / "rqkindsXXXXXX").string();
-        dir = ::mkdtemp(templ.data());
-    }
-    void TearDown() override { fs::remove_all(dir); }
+    rq::testing::ScratchFolder scratch;
+    const fs::path dir = scratch.path();
 };
 
 std::vector<std::string> names(Database& db) {
-    std::vector<std::string> out;
-    for (const auto& e : listedCatalog(db)) out.push_back(e.name);
-    return out;
+    return rq::testing::catalogNames(listedCatalog(db));
 }
 
 std::vector<std::vector<std::string>> rowsOf(Database& db, const std::string& table) {
-    TableSink sink;
-    db.read(table, sink);
-    return sink.rows;
+    return rq::testing::readTable(db, table).rows;
 }
 
 }  // namespace
@@ -71,9 +57,8 @@ TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.fixture);
-        const fs::path folder = dir / c.renamed;
-        fs::create_directory(folder.string() + ".d");
-        const fs::path copy = folder.string() + ".d/" + c.renamed;
+        const fs::path copy = dir / (std::string(c.renamed) + ".d") / c.renamed;
+        fs::create_directory(copy.parent_path());
         fs::copy_file(kFixtures / c.fixture, copy);
         if (c.companion) {
             const fs::path from = (kFixtures / c.fixture).parent_path() / c.companion;
@@ -88,9 +73,7 @@ TEST_F(KindsTest, RenamedFilesAreRecognisedAndOpen) {
         TableSink sink;
         ASSERT_NO_THROW(db->read(tables.front(), sink));
         // The companion was found: no missing memo or blob file.
-        if (c.companion) {
-            EXPECT_EQ(sink.warnings, std::vector<std::string>{});
-        }
+        EXPECT_TRUE(!c.companion || sink.warnings.empty()) << sink.warnings.front();
         // Problems name the file the user gave.
         for (const auto& w : sink.warnings) {
             EXPECT_EQ(w.find("rowquill-open-"), std::string::npos) << w;
@@ -115,14 +98,15 @@ TEST_F(KindsTest, BtrieveDictionaryByNameOrByContentBesideItsFields) {
 }
 
 TEST_F(KindsTest, NameDecidesWhenTheContentSaysNothingElse) {
-    std::ofstream(dir / "orders.csv") << "a,b\n1,2\n";
-    std::ofstream(dir / "notes.xyz") << "a,b\n1,2\n";
-    std::ofstream(dir / "empty.dbf");
-    std::ofstream(dir / "fake.xls") << "not a workbook";
-    EXPECT_EQ(connectStringForPath((dir / "orders.csv").string()), "Text;");
-    EXPECT_EQ(connectStringForPath((dir / "notes.xyz").string()), "");
-    EXPECT_EQ(connectStringForPath((dir / "empty.dbf").string()), "Dbase IV;");
-    EXPECT_EQ(connectStringForPath((dir / "fake.xls").string()), "Excel 8.0;");
+    const std::tuple<const char*, const char*, const char*> files[] = {
+        {"orders.csv", "a,b\n1,2\n", "Text;"},
+        {"notes.xyz", "a,b\n1,2\n", ""},
+        {"empty.dbf", "", "Dbase IV;"},
+        {"fake.xls", "not a workbook", "Excel 8.0;"}};
+    for (const auto& [name, bytes, connect] : files) {
+        scratch.write(name, bytes);
+        EXPECT_EQ(connectStringForPath(scratch.file(name)), connect) << name;
+    }
     EXPECT_EQ(connectStringForPath(dir.string()), "Text;");
     EXPECT_EQ(connectStringForPath((dir / "missing.ACCDB").string()), "Microsoft Access");
     // A file a folder kind would not list opens under the kind it is named for.

@@ -1,16 +1,12 @@
 // Statements and stored queries that try to do more than read, or to use
 // memory without end: each is refused with a clear message, leaves no file
 // behind and changes nothing.
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "datasource/readers.h"
+#include "reader_test_support.h"
 #include "sql_test_support.h"
 
 namespace rq {
@@ -18,45 +14,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct CountSink : RecordSink {
-    std::size_t rows = 0;
-    void begin(const std::vector<Field>&) override {}
-    void row(const std::string_view*, std::size_t) override { ++rows; }
-};
+using rq::testing::TableSink;
 
 // The message of the DatabaseError that running the statement throws ("" when none).
 std::string refusal(Database& db, const std::string& sql, const SqlOptions& options = {}) {
-    CountSink sink;
-    try {
-        runSqlOverDatabase(db, sql, sink, options);
-    } catch (const DatabaseError& e) {
-        return e.what();
-    }
-    return {};
-}
-
-int countRows(const fs::path& file, const char* table) {
-    sqlite3* db = nullptr;
-    sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
-    sqlite3_stmt* st = nullptr;
-    std::string sql = std::string("SELECT count(*) FROM ") + table;
-    int n = -1;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &st, nullptr) == SQLITE_OK &&
-        sqlite3_step(st) == SQLITE_ROW)
-        n = sqlite3_column_int(st, 0);
-    sqlite3_finalize(st);
-    sqlite3_close(db);
-    return n;
+    TableSink sink;
+    const auto e = rq::testing::errorOf([&] { runSqlOverDatabase(db, sql, sink, options); });
+    return e == "no error" ? "" : e;
 }
 
 class SqlGuard : public ::testing::Test {
   protected:
     void SetUp() override {
-        dir = fs::temp_directory_path() / ("rq_sql_guard_" + std::to_string(::getpid()));
-        fs::remove_all(dir);
-        fs::create_directories(dir);
         // Another SQLite database the user can write, with three rows.
-        other = dir / "other.db";
         sqlite3* o = nullptr;
         ASSERT_EQ(sqlite3_open(other.c_str(), &o), SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(o, "CREATE TABLE t(a); INSERT INTO t VALUES (1), (2), (3);", nullptr,
@@ -67,20 +37,27 @@ class SqlGuard : public ::testing::Test {
                              {{{"CustId", kLong}, {"Name", kText}},
                               {{"1", "Anna"}, {"2", "O'Brien"}, {"3", "Chen"}}}});
     }
-    void TearDown() override { fs::remove_all(dir); }
 
     // Only the database made in SetUp is in the folder, still with its rows.
     void expectNothingChanged() {
         std::vector<std::string> names;
         for (const auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename());
         EXPECT_EQ(names, std::vector<std::string>{"other.db"});
-        EXPECT_EQ(countRows(other, "t"), 3);
+        EXPECT_EQ(rq::testing::sqliteColumn(other, "SELECT count(*) FROM t"),
+                  std::vector<std::string>{"3"});
         Result r;
         runSqlOverDatabase(db, "SELECT * FROM Customers", r);
         EXPECT_EQ(r.rows.size(), 3u);
     }
+    // The refusal holds the text.
+    void expectRefused(const std::string& sql, const std::string& part,
+                       const SqlOptions& options = {}) {
+        const std::string msg = refusal(db, sql, options);
+        EXPECT_NE(msg.find(part), std::string::npos) << sql.substr(0, 80) << "\n -> " << msg;
+    }
 
-    fs::path dir, other;
+    rq::testing::ScratchFolder scratch;
+    const fs::path dir = scratch.path(), other = dir / "other.db";
     MemoryDatabase db;
 };
 
@@ -112,10 +89,7 @@ TEST_F(SqlGuard, StatementsThatDoMoreThanReadAreRefused) {
          "the function load_extension is not allowed"},
         {"WITH d AS (SELECT 1) DELETE FROM Customers", "may not be modified"},
     };
-    for (const auto& c : cases) {
-        std::string msg = refusal(db, c.sql);
-        EXPECT_NE(msg.find(c.expected), std::string::npos) << c.sql << "\n -> " << msg;
-    }
+    for (const auto& c : cases) expectRefused(c.sql, c.expected);
     expectNothingChanged();
 }
 
@@ -127,8 +101,8 @@ TEST_F(SqlGuard, StoredQueriesThatDoMoreThanReadAreRefusedByName) {
     db.queries["Remover"] = "DELETE FROM Customers";
     db.queries["Pragma"] = "PRAGMA writable_schema = 1";
     for (const char* name : {"Evil", "Cleanup", "Remover", "Pragma"}) {
-        std::string msg = refusal(db, std::string("SELECT * FROM [") + name + "]");
-        EXPECT_NE(msg.find(std::string("stored query '") + name + "'"), std::string::npos) << msg;
+        expectRefused(std::string("SELECT * FROM [") + name + "]",
+                      std::string("stored query '") + name + "'");
         // Used inside another query, or read by name, it is refused the same way.
         db.queries["Outer"] = std::string("SELECT * FROM [") + name + "]";
         EXPECT_FALSE(refusal(db, "SELECT * FROM Outer").empty()) << name;
@@ -147,10 +121,9 @@ TEST_F(SqlGuard, StoredQueriesThatDoMoreThanReadAreRefusedByName) {
 // A copy of a real database whose stored query has one expression replaced in
 // place, of the same length, by an ATTACH of a file in the current folder.
 TEST_F(SqlGuard, DoctoredAccessQueryCannotAttachAFile) {
-    const fs::path source = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
-    if (!fs::exists(source)) GTEST_SKIP() << "no fixture " << source;
-    std::ifstream in(source, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const fs::path source = rq::testing::kFixtures / "access/mdbtestdata/nwind.mdb";
+    SKIP_WITHOUT(source);
+    std::string bytes = rq::testing::slurp(source);
     // In the query's select list: the expression named TenMostExpensiveProducts.
     std::size_t alias = bytes.find("TenMostExpensiveProducts");
     ASSERT_NE(alias, std::string::npos);
@@ -159,40 +132,32 @@ TEST_F(SqlGuard, DoctoredAccessQueryCannotAttachAFile) {
     const std::string hostile = "0;ATTACH 'v' AS v;--";
     ASSERT_EQ(hostile.size(), std::string("Products.ProductName").size());
     bytes.replace(expr, hostile.size(), hostile);
-    const fs::path doctored = dir / "doctored.mdb";
-    std::ofstream(doctored, std::ios::binary) << bytes;
+    scratch.write("doctored.mdb", bytes);
 
-    const fs::path before = fs::current_path();
-    fs::current_path(dir);
-    std::string viaStatement, viaTable;
-    try {
-        auto mdb = openAccessDatabase(doctored.string(), {});
-        EXPECT_NE(mdb->storedQuerySql("Ten Most Expensive Products").find("ATTACH"),
-                  std::string::npos);
-        viaStatement = refusal(*mdb, "SELECT * FROM [Ten Most Expensive Products]");
+    // Run in the scratch folder, where the attached file would appear.
+    struct InFolder {
+        const fs::path before = fs::current_path();
+        explicit InFolder(const fs::path& d) { fs::current_path(d); }
+        ~InFolder() { fs::current_path(before); }
+    } inFolder(dir);
+    auto mdb = openAccessDatabase(scratch.file("doctored.mdb"), {});
+    EXPECT_NE(mdb->storedQuerySql("Ten Most Expensive Products").find("ATTACH"), std::string::npos);
+    const std::string name = "'Ten Most Expensive Products'";
+    const std::string viaStatement = refusal(*mdb, "SELECT * FROM [Ten Most Expensive Products]");
+    EXPECT_NE(viaStatement.find(name), std::string::npos) << viaStatement;
+    const std::string viaTable = rq::testing::errorOf([&] {
         Result r;
-        try {
-            mdb->read("Ten Most Expensive Products", r);
-        } catch (const DatabaseError& e) {
-            viaTable = e.what();
-        }
-    } catch (...) {
-        fs::current_path(before);
-        throw;
-    }
-    fs::current_path(before);
-    EXPECT_NE(viaStatement.find("'Ten Most Expensive Products'"), std::string::npos)
-        << viaStatement;
-    EXPECT_NE(viaTable.find("'Ten Most Expensive Products'"), std::string::npos) << viaTable;
+        mdb->read("Ten Most Expensive Products", r);
+    });
+    EXPECT_NE(viaTable.find(name), std::string::npos) << viaTable;
     EXPECT_FALSE(fs::exists(dir / "v"));
 }
 
 TEST_F(SqlGuard, ValuesAndMemoryAreBounded) {
     // A value of a billion bytes is refused before it is built.
-    EXPECT_NE(refusal(db, "SELECT zeroblob(1000000000)").find("larger than allowed (256 MB)"),
-              std::string::npos);
-    EXPECT_NE(refusal(db, "SELECT randomblob(900000000)").find("larger than allowed"),
-              std::string::npos);
+    expectRefused("SELECT zeroblob(1000000000)", "larger than allowed (256 MB)");
+    expectRefused("SELECT randomblob(900000000)", "larger than allowed");
+    expectRefused("SELECT '" + std::string(1100000, 'x') + "'", "longer than allowed");
 
     // Within the value limit, SQLite's working memory is bounded by its own limit,
     // which is put back afterwards (it is process-wide).
@@ -200,42 +165,35 @@ TEST_F(SqlGuard, ValuesAndMemoryAreBounded) {
     SqlOptions small;
     small.limits.memoryBytes = 16 << 20;
     small.limits.valueBytes = 64 << 20;
-    EXPECT_NE(refusal(db, "SELECT length(zeroblob(40000000) || 'x')", small)
-                  .find("needs more memory than allowed (16 MB)"),
-              std::string::npos);
+    expectRefused("SELECT length(zeroblob(40000000) || 'x')",
+                  "needs more memory than allowed (16 MB)", small);
     EXPECT_EQ(sqlite3_hard_heap_limit64(-1), heapLimit);
     EXPECT_EQ(refusal(db, "SELECT length(zeroblob(4000000) || 'x')", small), "");
-
-    std::string longStatement = "SELECT '" + std::string(1100000, 'x') + "'";
-    EXPECT_NE(refusal(db, longStatement).find("longer than allowed"), std::string::npos);
 }
 
 TEST_F(SqlGuard, EndlessResultsStopAtTheResultLimit) {
     SqlOptions options;
     options.limits.resultBytes = 4 << 20;
-    CountSink sink;
-    try {
+    TableSink sink;
+    const std::string error = rq::testing::errorOf([&] {
         runSqlOverDatabase(db,
                            "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) "
                            "SELECT x, 'row ' || x FROM c",
                            sink, options);
-        FAIL() << "an endless statement ended";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("larger than allowed (4 MB)"), std::string::npos)
-            << e.what();
-    }
+    });
+    EXPECT_NE(error.find("larger than allowed (4 MB)"), std::string::npos) << error;
     // Records were handed on as they came, and stopped near the limit:
     // each takes at least 32 + 2 * 4 bytes.
-    EXPECT_GT(sink.rows, 10000u);
-    EXPECT_LT(sink.rows, (4u << 20) / 40);
+    EXPECT_GT(sink.rows.size(), 10000u);
+    EXPECT_LT(sink.rows.size(), (4u << 20) / 40);
 
     // A result as large as its table is not refused under the default limits.
     MemTable big{{{"Id", kLong}, {"Text", kText}}, {}};
     for (int i = 0; i < 50000; ++i) big.rows.push_back({std::to_string(i), std::string(100, 'a')});
     db.tables.push_back({"Big", big});
-    CountSink all;
+    TableSink all;
     runSqlOverDatabase(db, "SELECT * FROM Big", all);
-    EXPECT_EQ(all.rows, 50000u);
+    EXPECT_EQ(all.rows.size(), 50000u);
 }
 
 TEST_F(SqlGuard, ARunningStatementCanBeCancelled) {

@@ -1,16 +1,13 @@
 // Tables as the engine holds them: values take the form a stored SQLite
 // column of the same declared type would give them, and equality lookups find
 // what SQLite's own comparison finds.
-#include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include "datasource/sql/tablestore.h"
+#include "reader_test_support.h"
 #include "sql_test_support.h"
 
 namespace rq {
 namespace {
-
-using Rows = std::vector<std::vector<std::string>>;
 
 // SQLite itself is the reference: the text is stored into a real column of
 // the declared type, as the engine once copied tables, and read back.
@@ -32,39 +29,34 @@ TEST(SqlStore, ValuesConvertAsAStoredColumnWould) {
         for (const char* text : texts) {
             std::string_view t(text);
             sqlite3_stmt* ins = nullptr;
-            sqlite3_prepare_v2(db, "INSERT INTO t VALUES (?)", -1, &ins, nullptr);
+            sqlite3_prepare_v2(db, "INSERT INTO t VALUES (?) RETURNING c", -1, &ins, nullptr);
             if (t.empty())
                 sqlite3_bind_null(ins, 1);
             else if (type == kBoolean && (t == "true" || t == "false"))
                 sqlite3_bind_int(ins, 1, t == "true");
             else
                 sqlite3_bind_text(ins, 1, t.data(), static_cast<int>(t.size()), SQLITE_STATIC);
-            ASSERT_EQ(sqlite3_step(ins), SQLITE_DONE);
-            sqlite3_finalize(ins);
-            sqlite3_stmt* sel = nullptr;
-            sqlite3_prepare_v2(db, "SELECT c FROM t WHERE rowid = last_insert_rowid()", -1, &sel,
-                               nullptr);
-            ASSERT_EQ(sqlite3_step(sel), SQLITE_ROW);
+            ASSERT_EQ(sqlite3_step(ins), SQLITE_ROW);
             sql::Value v = sql::columnValue(t, sql::affinityOf(type), type == kBoolean);
             const std::string what = std::string(sql::declaredType(type)) + " '" + text + "'";
-            switch (sqlite3_column_type(sel, 0)) {
+            switch (sqlite3_column_type(ins, 0)) {
                 case SQLITE_NULL:
                     EXPECT_EQ(v.kind, sql::Value::Null) << what;
                     break;
                 case SQLITE_INTEGER:
                     EXPECT_EQ(v.kind, sql::Value::Integer) << what;
-                    EXPECT_EQ(v.i, sqlite3_column_int64(sel, 0)) << what;
+                    EXPECT_EQ(v.i, sqlite3_column_int64(ins, 0)) << what;
                     break;
                 case SQLITE_FLOAT:
                     EXPECT_EQ(v.kind, sql::Value::Real) << what;
-                    EXPECT_DOUBLE_EQ(v.r, sqlite3_column_double(sel, 0)) << what;
+                    EXPECT_DOUBLE_EQ(v.r, sqlite3_column_double(ins, 0)) << what;
                     break;
                 default:
                     EXPECT_EQ(v.kind, sql::Value::Text) << what;
                     EXPECT_EQ(v.text, t) << what;
                     break;
             }
-            sqlite3_finalize(sel);
+            sqlite3_finalize(ins);
         }
     }
     sqlite3_close(db);
@@ -83,38 +75,38 @@ class SqlJoins : public ::testing::Test {
             for (int i = 0; i < 200; ++i)
                 db.tables[t].second.rows.push_back({prefixes[t] + std::to_string(1000 + i)});
     }
-    Rows run(const std::string& sql) {
+    // Every row of the result as "a|b".
+    std::vector<std::string> lines(const std::string& sql) {
         Result r;
         runSqlOverDatabase(db, sql, r);
-        return r.rows;
+        return rq::testing::joinedRows(r.rows);
     }
     MemoryDatabase db;
 };
 
 TEST_F(SqlJoins, LookupsFindWhatComparisonFinds) {
-    // Text against an integer column: the text is read as a number when it is one.
-    EXPECT_EQ(run("SELECT Parts.PartNo, Stock.PartId FROM Parts INNER JOIN Stock "
-                  "ON Parts.PartNo = Stock.PartId ORDER BY 1"),
-              (Rows{{"02", "2"}, {"1", "1"}, {"2", "2"}, {"2.0", "2"}}));
-    EXPECT_EQ(run("SELECT Stock.PartId, Parts.PartNo FROM Stock, Parts "
-                  "WHERE Stock.PartId = Parts.PartNo ORDER BY 2"),
-              (Rows{{"2", "02"}, {"1", "1"}, {"2", "2"}, {"2", "2.0"}}));
-    // Text against text: exact, unless a collation says otherwise.
-    EXPECT_EQ(run("SELECT Parts.PartNo, Names.Name FROM Parts, Names "
-                  "WHERE Names.Name = Parts.PartNo ORDER BY 2"),
-              (Rows{{"x", "x"}}));
-    EXPECT_EQ(run("SELECT Parts.PartNo, Names.Name FROM Parts, Names "
-                  "WHERE Names.Name = Parts.PartNo COLLATE NOCASE ORDER BY 2"),
-              (Rows{{"x", "X"}, {"x", "x"}}));
-    EXPECT_EQ(run("SELECT Parts.PartNo, Names.Name FROM Parts, Names "
-                  "WHERE Names.Name = Parts.PartNo COLLATE RTRIM ORDER BY 2"),
-              (Rows{{"x", "x"}, {"x", "x "}}));
-    // Constants, lists and numbers written as text.
-    EXPECT_EQ(run("SELECT PartId FROM Stock WHERE PartId = '3'"), (Rows{{"3"}}));
-    EXPECT_EQ(run("SELECT PartNo FROM Parts WHERE PartNo = 2"), (Rows{{"2"}}));
-    EXPECT_EQ(run("SELECT PartNo FROM Parts WHERE PartNo IN ('1', 'x', 'y') ORDER BY 1"),
-              (Rows{{"1"}, {"x"}}));
-    EXPECT_EQ(run("SELECT Name FROM Names WHERE Name = NULL"), Rows{});
+    // clang-format off
+    const struct { const char* sql; std::vector<std::string> rows; } cases[] = {
+        // Text against an integer column: the text is read as a number when it is one.
+        {"SELECT Parts.PartNo, Stock.PartId FROM Parts INNER JOIN Stock ON Parts.PartNo = Stock.PartId "
+         "ORDER BY 1", {"02|2", "1|1", "2|2", "2.0|2"}},
+        {"SELECT Stock.PartId, Parts.PartNo FROM Stock, Parts WHERE Stock.PartId = Parts.PartNo ORDER BY 2",
+         {"2|02", "1|1", "2|2", "2|2.0"}},
+        // Text against text: exact, unless a collation says otherwise.
+        {"SELECT Parts.PartNo, Names.Name FROM Parts, Names WHERE Names.Name = Parts.PartNo ORDER BY 2",
+         {"x|x"}},
+        {"SELECT Parts.PartNo, Names.Name FROM Parts, Names WHERE Names.Name = Parts.PartNo COLLATE NOCASE "
+         "ORDER BY 2", {"x|X", "x|x"}},
+        {"SELECT Parts.PartNo, Names.Name FROM Parts, Names WHERE Names.Name = Parts.PartNo COLLATE RTRIM "
+         "ORDER BY 2", {"x|x", "x|x "}},
+        // Constants, lists and numbers written as text.
+        {"SELECT PartId FROM Stock WHERE PartId = '3'", {"3"}},
+        {"SELECT PartNo FROM Parts WHERE PartNo = 2", {"2"}},
+        {"SELECT PartNo FROM Parts WHERE PartNo IN ('1', 'x', 'y') ORDER BY 1", {"1", "x"}},
+        {"SELECT Name FROM Names WHERE Name = NULL", {}},
+    };
+    // clang-format on
+    for (const auto& c : cases) EXPECT_EQ(lines(c.sql), c.rows) << c.sql;
 }
 
 TEST_F(SqlJoins, ReadersWarningsReachTheSink) {
