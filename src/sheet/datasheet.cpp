@@ -238,17 +238,6 @@ bool readsAsNumber(std::string_view t, double* value) {
 
 namespace {
 
-int compareText(std::string_view a, std::string_view b) {
-    std::size_t n = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < n; ++i) {
-        int x = std::tolower(static_cast<unsigned char>(a[i]));
-        int y = std::tolower(static_cast<unsigned char>(b[i]));
-        if (x != y) return x < y ? -1 : 1;
-    }
-    if (a.size() != b.size()) return a.size() < b.size() ? -1 : 1;
-    return 0;
-}
-
 // A cell as the sort compares it: numbers as numbers, other text ignoring
 // case. Worked out once per cell rather than once per comparison.
 struct SortKey {
@@ -257,9 +246,14 @@ struct SortKey {
     bool isNumber = false;
 };
 
+// Keys' texts are already lower-cased (see sortPermutation), so comparing
+// their bytes is comparing the texts ignoring case.
 int compareKeys(const SortKey& a, const SortKey& b) {
     if (a.isNumber && b.isNumber) return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
-    return compareText(a.text, b.text);
+    const std::size_t n = std::min(a.text.size(), b.text.size());
+    if (const int k = n ? std::memcmp(a.text.data(), b.text.data(), n) : 0) return k < 0 ? -1 : 1;
+    if (a.text.size() != b.text.size()) return a.text.size() < b.text.size() ? -1 : 1;
+    return 0;
 }
 
 }  // namespace
@@ -277,12 +271,23 @@ std::vector<int> DataSheet::sortPermutation(int order, int* first) const {
     const RowData* base = rows_.data() + r1;
     const std::size_t width = static_cast<std::size_t>(c2 - c1 + 1);
     std::vector<SortKey> keys(from.size() * width);
+    std::size_t textBytes = 0;
     for (std::size_t i = 0; i < from.size(); ++i)
         for (std::size_t c = 0; c < width; ++c) {
             SortKey& k = keys[i * width + c];
             k.text = base[i].cell(c1 + static_cast<int>(c));
             k.isNumber = readsAsNumber(k.text, &k.number);
+            textBytes += k.text.size();
         }
+    // The texts lower-cased once, into one buffer the keys then point into.
+    std::string folded;
+    folded.reserve(textBytes);
+    for (SortKey& k : keys) {
+        const std::size_t at = folded.size();
+        for (char ch : k.text)
+            folded += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+        k.text = std::string_view(folded.data() + at, k.text.size());
+    }
     if (width == 1) {
         // One column: the keys themselves are sorted, next to each other in
         // memory; equal keys keep their order through the record number.
