@@ -146,8 +146,8 @@ class GenerateRunTest : public QObject {
         QVERIFY(temp.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
     }
 
-    // Save As never writes over a file the open database reads.
-    void saveAsRefusesTheSourceFile() {
+    // Neither Save As nor the text export writes over a file the open database reads.
+    void noOutputReplacesTheSourceFile() {
         QTemporaryDir dir;
         const QString csv = dir.filePath("orders.csv");
         QVERIFY(QFile::copy(ROWQUILL_SOURCE_DIR "/examples/orders/orders.csv", csv));
@@ -162,6 +162,16 @@ class GenerateRunTest : public QObject {
         Dialogs::setNextAnswer(QMessageBox::Yes);
         Dialogs::setNextFileName(QString());  // the dialog asked again: cancelled
         g->singleAction("Save")->trigger();
+        QCOMPARE(readAll(csv), before);
+        QCOMPARE(testing::countShown("save"), 2);
+        QVERIFY(testing::lastShown()->text.contains("is a file the open database reads"));
+
+        // The text export is refused the same way, and asks for another name.
+        Dialogs::clear();
+        Dialogs::setNextFileName(csv);
+        Dialogs::setNextAnswer(QMessageBox::Yes);
+        Dialogs::setNextFileName(QString());
+        w.action("mnuexporttxt")->trigger();
         QCOMPARE(readAll(csv), before);
         QCOMPARE(testing::countShown("save"), 2);
         QVERIFY(testing::lastShown()->text.contains("is a file the open database reads"));
