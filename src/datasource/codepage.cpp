@@ -194,7 +194,10 @@ void CodePage::appendUtf8(std::string& out, std::string_view bytes) const {
         out.append(buf, static_cast<size_t>(op - buf));
         if (r == static_cast<size_t>(-1) && errno != E2BIG) {
             // An invalid or truncated sequence: replace one byte and go on.
+            // iconv may report one after taking every byte (a sequence it
+            // cannot finish): then there is nothing left to skip.
             out.append(kReplacement);
+            if (il == 0) break;
             ++ip;
             --il;
             iconv(cd, nullptr, nullptr, nullptr, nullptr);
