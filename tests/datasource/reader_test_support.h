@@ -41,6 +41,18 @@ inline std::vector<std::string> joinedRows(const std::vector<std::vector<std::st
     return out;
 }
 
+// The names and the type codes of a table's fields, in order.
+inline std::vector<std::string> fieldNames(const std::vector<Field>& fields) {
+    std::vector<std::string> out;
+    for (const auto& f : fields) out.push_back(f.name);
+    return out;
+}
+inline std::vector<int> fieldTypes(const std::vector<Field>& fields) {
+    std::vector<int> out;
+    for (const auto& f : fields) out.push_back(f.type);
+    return out;
+}
+
 struct TableSink : RecordSink {
     std::vector<Field> fields;
     std::vector<std::vector<std::string>> rows;
@@ -55,16 +67,8 @@ struct TableSink : RecordSink {
         rows.emplace_back(cells, cells + count);
     }
     void end() override { ended = true; }
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (const auto& f : fields) out.push_back(f.name);
-        return out;
-    }
-    std::vector<int> types() const {
-        std::vector<int> out;
-        for (const auto& f : fields) out.push_back(f.type);
-        return out;
-    }
+    std::vector<std::string> names() const { return fieldNames(fields); }
+    std::vector<int> types() const { return fieldTypes(fields); }
     std::string line(std::size_t r) const { return joined(rows.at(r)); }
     std::vector<std::string> column(std::size_t col) const {
         std::vector<std::string> out;
@@ -102,16 +106,8 @@ struct LoadedSheet {
         for (int r = 0; r < sheet.rows(); ++r) out.push_back(joined(row(r)));
         return out;
     }
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (const auto& f : fields) out.push_back(f.name);
-        return out;
-    }
-    std::vector<int> types() const {
-        std::vector<int> out;
-        for (const auto& f : fields) out.push_back(f.type);
-        return out;
-    }
+    std::vector<std::string> names() const { return fieldNames(fields); }
+    std::vector<int> types() const { return fieldTypes(fields); }
 };
 
 inline LoadedSheet loadSheet(Database& db, const std::string& table) {
