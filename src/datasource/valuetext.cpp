@@ -1,5 +1,6 @@
 #include "datasource/valuetext.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -52,25 +53,33 @@ std::string singleFloat(float v) {
 }
 
 std::string decimalDigits(bool negative, std::string_view digits, int scale) {
-    std::size_t start = 0;
-    while (start < digits.size() && digits[start] == '0') ++start;
-    std::string d(digits.substr(start));
+    while (!digits.empty() && digits.front() == '0') digits.remove_prefix(1);
+    std::size_t zeros = 0;  // zeros the digits stand for beyond their last one
     if (scale < 0) {
-        if (!d.empty()) d.append(static_cast<std::size_t>(-scale), '0');
+        if (!digits.empty()) zeros = static_cast<std::size_t>(-static_cast<std::int64_t>(scale));
         scale = 0;
     }
-    std::size_t sc = static_cast<std::size_t>(scale);
-    if (d.size() <= sc) d.insert(0, sc - d.size() + 1, '0');
-    std::string intPart = d.substr(0, d.size() - sc);
-    std::string frac = d.substr(d.size() - sc);
-    while (!frac.empty() && frac.back() == '0') frac.pop_back();
+    const std::size_t sc = static_cast<std::size_t>(scale);
+    std::string_view whole, frac;
+    if (digits.size() > sc) {
+        whole = digits.substr(0, digits.size() - sc);
+        frac = digits.substr(digits.size() - sc);
+    } else {
+        frac = digits;
+    }
+    while (!frac.empty() && frac.back() == '0') frac.remove_suffix(1);
     std::string out;
-    bool zero = intPart == "0" && frac.empty();
-    if (negative && !zero) out += '-';
-    out += intPart;
+    out.reserve(whole.size() + zeros + sc + 3);
+    if (negative && !(whole.empty() && frac.empty())) out += '-';
+    if (whole.empty())
+        out += '0';
+    else
+        out.append(whole).append(zeros, '0');
     if (!frac.empty()) {
         out += '.';
-        out += frac;
+        // Leading zeros of a fraction with fewer digits than its scale.
+        out.append(sc - (digits.size() > sc ? sc : digits.size()), '0');
+        out.append(frac);
     }
     return out;
 }
@@ -98,9 +107,11 @@ void appendDate(std::string& s, int y, int m, int d) {
         s += '-';
         y = -y;
     }
+    // At least four digits, zero-padded.
     char buf[16];
-    int n = std::snprintf(buf, sizeof buf, "%04d", y);
-    s.append(buf, static_cast<std::size_t>(n));
+    char* end = std::to_chars(buf, buf + sizeof buf, y).ptr;
+    s.append(static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, 4 - (end - buf))), '0');
+    s.append(buf, end);
     s += '-';
     put2(s, m);
     s += '-';
@@ -139,6 +150,7 @@ std::string time(int hour, int minute, int second, int nanos) {
 
 std::string dateTime(int year, int month, int day, int hour, int minute, int second, int nanos) {
     std::string s;
+    s.reserve(32);
     appendDate(s, year, month, day);
     s += 'T';
     appendTime(s, hour, minute, second, nanos);

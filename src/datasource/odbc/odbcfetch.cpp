@@ -1,9 +1,14 @@
 #include "datasource/odbc/odbcfetch.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdint>
 #include <cstring>
+#include <deque>
+#include <exception>
+#include <mutex>
 #include <string_view>
+#include <thread>
 
 #include "datasource/codepage.h"
 #include "datasource/valuetext.h"
@@ -222,6 +227,7 @@ bool formatDecimal(std::string_view s, std::string& out) {
     std::size_t i = 0;
     if (i < s.size() && (s[i] == '-' || s[i] == '+')) negative = s[i++] == '-';
     std::string digits;
+    digits.reserve(s.size());
     int scale = 0;
     bool seenPoint = false, seenDigit = false;
     for (; i < s.size(); ++i) {
@@ -369,10 +375,229 @@ void setRowArraySize(const Statement& statement, std::size_t rows) {
                     "set the row array size");
 }
 
+// A value longer than its bound buffer, read whole while its row was current.
+struct LongValue {
+    std::size_t row = 0, column = 0;
+    bool isNull = false;
+    std::string bytes;
+};
+
+// One block of fetched rows: the bound buffers and what completes them.
+struct Block {
+    SQLULEN fetched = 0;
+    std::vector<SQLUSMALLINT> status;
+    std::vector<std::vector<char>> data;
+    std::vector<std::vector<SQLLEN>> indicators;
+    std::vector<LongValue> longValues;  // in row, then column order
+    std::size_t errorRow = SIZE_MAX;    // first row the driver could not read
+    std::string errorText;
+
+    Block(const std::vector<Column>& columns, std::size_t rows) : status(rows) {
+        data.resize(columns.size());
+        indicators.resize(columns.size());
+        for (std::size_t c = 0; c < columns.size(); ++c) {
+            data[c].resize(rows * static_cast<std::size_t>(columns[c].width));
+            indicators[c].resize(rows);
+        }
+    }
+};
+
+SQLLEN boundRoom(const Column& col) {
+    return col.width - (col.cType == SQL_C_CHAR ? 1 : 0);
+}
+
+bool fitsBound(const Column& col, SQLLEN indicator) {
+    return !col.variable ||
+           (indicator != SQL_NO_TOTAL && indicator >= 0 && indicator <= boundRoom(col));
+}
+
+// Fetches the next block of rows into block, reading whole the values that do
+// not fit their buffers. False when there are no more rows.
+bool fetchBlock(const Statement& statement, const std::vector<Column>& columns, Block& block) {
+    SQLHSTMT h = statement.get();
+    const std::size_t rows = block.status.size();
+    for (std::size_t c = 0; c < columns.size(); ++c)
+        statement.check(
+            SQLBindCol(h, static_cast<SQLUSMALLINT>(c + 1), columns[c].cType, block.data[c].data(),
+                       columns[c].width, block.indicators[c].data()),
+            "bind a column");
+    statement.check(SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, &block.fetched, 0),
+                    "prepare fetching");
+    statement.check(SQLSetStmtAttr(h, SQL_ATTR_ROW_STATUS_PTR, block.status.data(), 0),
+                    "prepare fetching");
+    block.fetched = 0;
+    block.longValues.clear();
+    block.errorRow = SIZE_MAX;
+    SQLRETURN rc = SQLFetch(h);
+    if (rc == SQL_NO_DATA) return false;
+    statement.check(rc, "fetch rows");
+    block.fetched = std::min<SQLULEN>(block.fetched, rows);
+    for (std::size_t r = 0; r < block.fetched; ++r) {
+        if (block.status[r] == SQL_ROW_ERROR) {
+            block.errorRow = r;
+            block.errorText = statement.diagnostic();
+            break;
+        }
+        if (block.status[r] == SQL_ROW_NOROW || block.status[r] == SQL_ROW_DELETED) continue;
+        bool positioned = rows == 1;
+        for (std::size_t c = 0; c < columns.size(); ++c) {
+            SQLLEN indicator = block.indicators[c][r];
+            if (indicator == SQL_NULL_DATA || fitsBound(columns[c], indicator)) continue;
+            if (!positioned) {
+                statement.check(SQLSetPos(h, static_cast<SQLSETPOSIROW>(r + 1), SQL_POSITION,
+                                          SQL_LOCK_NO_CHANGE),
+                                "position on a row");
+                positioned = true;
+            }
+            LongValue value{r, c, false, {}};
+            value.isNull = !readWhole(statement, static_cast<SQLUSMALLINT>(c + 1), columns[c].cType,
+                                      value.bytes);
+            block.longValues.push_back(std::move(value));
+        }
+    }
+    return true;
+}
+
+// Converts the rows of a fetched block to text and sends them to sink.
+class BlockWriter {
+  public:
+    BlockWriter(const std::vector<Column>& columns, RecordSink& sink)
+        : columns_(columns), sink_(sink), cells_(columns.size()), scratch_(columns.size()) {}
+
+    void write(const Block& block) {
+        const std::size_t n = columns_.size();
+        auto longValue = block.longValues.begin();
+        for (std::size_t r = 0; r < block.fetched; ++r) {
+            if (r == block.errorRow)
+                throw DatabaseError(block.errorText.empty()
+                                        ? "A row of the result could not be read."
+                                        : block.errorText);
+            if (block.status[r] == SQL_ROW_NOROW || block.status[r] == SQL_ROW_DELETED) continue;
+            for (std::size_t c = 0; c < n; ++c) {
+                const Column& col = columns_[c];
+                SQLLEN indicator = block.indicators[c][r];
+                if (indicator == SQL_NULL_DATA) {
+                    cells_[c] = {};
+                } else if (fitsBound(col, indicator)) {
+                    const char* cell =
+                        block.data[c].data() + r * static_cast<std::size_t>(col.width);
+                    std::size_t length =
+                        static_cast<std::size_t>(col.variable ? indicator : col.width);
+                    cells_[c] = cellText(col, cell, length, scratch_[c]);
+                } else {
+                    const LongValue& v = *longValue++;
+                    cells_[c] = v.isNull
+                                    ? std::string_view{}
+                                    : cellText(col, v.bytes.data(), v.bytes.size(), scratch_[c]);
+                }
+            }
+            sink_.row(cells_.data(), n);
+        }
+    }
+
+  private:
+    const std::vector<Column>& columns_;
+    RecordSink& sink_;
+    std::vector<std::string_view> cells_;
+    std::vector<std::string> scratch_;
+};
+
+// Blocks handed from the thread that fetches to the thread that writes.
+class BlockQueue {
+  public:
+    explicit BlockQueue(std::vector<Block>& blocks) {
+        for (auto& b : blocks) free_.push_back(&b);
+    }
+    // The fetching side: a free block, or null once the writer has stopped.
+    Block* takeFree() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return stopped_ || !free_.empty(); });
+        if (stopped_) return nullptr;
+        Block* b = free_.front();
+        free_.pop_front();
+        return b;
+    }
+    void putFull(Block* b) {
+        std::lock_guard lock(mutex_);
+        full_.push_back(b);
+        changed_.notify_all();
+    }
+    void finish(std::exception_ptr error) {
+        std::lock_guard lock(mutex_);
+        finished_ = true;
+        error_ = error;
+        changed_.notify_all();
+    }
+    // The writing side: the next full block, or null at the end.
+    Block* takeFull() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return finished_ || !full_.empty(); });
+        if (full_.empty()) return nullptr;
+        Block* b = full_.front();
+        full_.pop_front();
+        return b;
+    }
+    void putFree(Block* b) {
+        std::lock_guard lock(mutex_);
+        free_.push_back(b);
+        changed_.notify_all();
+    }
+    void stop() {
+        std::lock_guard lock(mutex_);
+        stopped_ = true;
+        changed_.notify_all();
+    }
+    std::exception_ptr error() {
+        std::lock_guard lock(mutex_);
+        return error_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Block*> free_, full_;
+    bool stopped_ = false, finished_ = false;
+    std::exception_ptr error_;
+};
+
+// Fetching and converting overlap: the driver fills one block on a thread of
+// its own while the rows of the block before are converted and sent to the
+// sink on the caller's thread (the sink is only ever called from there).
+void fetchOverlapped(const Statement& statement, const std::vector<Column>& columns,
+                     RecordSink& sink, std::size_t rows) {
+    std::vector<Block> blocks;
+    for (int i = 0; i < 3; ++i) blocks.emplace_back(columns, rows);
+    BlockQueue queue(blocks);
+    std::thread fetcher([&] {
+        std::exception_ptr error;
+        try {
+            while (Block* b = queue.takeFree()) {
+                if (!fetchBlock(statement, columns, *b)) break;
+                queue.putFull(b);
+            }
+        } catch (...) {
+            error = std::current_exception();
+        }
+        queue.finish(error);
+    });
+    BlockWriter writer(columns, sink);
+    try {
+        while (Block* b = queue.takeFull()) {
+            writer.write(*b);
+            queue.putFree(b);
+        }
+    } catch (...) {
+        queue.stop();
+        fetcher.join();
+        throw;
+    }
+    fetcher.join();
+    if (auto error = queue.error()) std::rethrow_exception(error);
+}
+
 void fetchBound(const Statement& statement, const std::vector<Column>& columns, RecordSink& sink,
                 bool blocks) {
     SQLHSTMT h = statement.get();
-    const std::size_t n = columns.size();
     std::size_t rowBytes = 0;
     for (const auto& c : columns) rowBytes += static_cast<std::size_t>(c.width) + sizeof(SQLLEN);
     std::size_t rows = blocks
@@ -380,68 +605,12 @@ void fetchBound(const Statement& statement, const std::vector<Column>& columns, 
                                  kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, kMaxBlockRows)
                            : 1;
     setRowArraySize(statement, rows);
-    SQLULEN fetched = 0;
-    std::vector<SQLUSMALLINT> status(rows);
-    statement.check(SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0), "prepare fetching");
-    statement.check(SQLSetStmtAttr(h, SQL_ATTR_ROW_STATUS_PTR, status.data(), 0),
-                    "prepare fetching");
-
-    std::vector<std::vector<char>> data(n);
-    std::vector<std::vector<SQLLEN>> indicators(n);
-    for (std::size_t c = 0; c < n; ++c) {
-        data[c].resize(rows * static_cast<std::size_t>(columns[c].width));
-        indicators[c].resize(rows);
-        statement.check(SQLBindCol(h, static_cast<SQLUSMALLINT>(c + 1), columns[c].cType,
-                                   data[c].data(), columns[c].width, indicators[c].data()),
-                        "bind a column");
-    }
-
-    std::vector<std::string_view> cells(n);
-    std::vector<std::string> scratch(n);
-    std::vector<std::string> whole(n);
-    for (;;) {
-        fetched = 0;
-        SQLRETURN rc = SQLFetch(h);
-        if (rc == SQL_NO_DATA) break;
-        statement.check(rc, "fetch rows");
-        for (std::size_t r = 0; r < fetched && r < rows; ++r) {
-            if (status[r] == SQL_ROW_NOROW || status[r] == SQL_ROW_DELETED) continue;
-            if (status[r] == SQL_ROW_ERROR) {
-                std::string text = statement.diagnostic();
-                throw DatabaseError(text.empty() ? "A row of the result could not be read." : text);
-            }
-            bool positioned = rows == 1;
-            for (std::size_t c = 0; c < n; ++c) {
-                const Column& col = columns[c];
-                SQLLEN indicator = indicators[c][r];
-                if (indicator == SQL_NULL_DATA) {
-                    cells[c] = {};
-                    continue;
-                }
-                const char* cell = data[c].data() + r * static_cast<std::size_t>(col.width);
-                if (!col.variable) {
-                    cells[c] = cellText(col, cell, static_cast<std::size_t>(col.width), scratch[c]);
-                    continue;
-                }
-                const SQLLEN room = col.width - (col.cType == SQL_C_CHAR ? 1 : 0);
-                if (indicator != SQL_NO_TOTAL && indicator >= 0 && indicator <= room) {
-                    cells[c] = cellText(col, cell, static_cast<std::size_t>(indicator), scratch[c]);
-                    continue;
-                }
-                // Longer than its bound buffer: read the whole value.
-                if (!positioned) {
-                    statement.check(SQLSetPos(h, static_cast<SQLSETPOSIROW>(r + 1), SQL_POSITION,
-                                              SQL_LOCK_NO_CHANGE),
-                                    "position on a row");
-                    positioned = true;
-                }
-                if (readWhole(statement, static_cast<SQLUSMALLINT>(c + 1), col.cType, whole[c]))
-                    cells[c] = cellText(col, whole[c].data(), whole[c].size(), scratch[c]);
-                else
-                    cells[c] = {};
-            }
-            sink.row(cells.data(), n);
-        }
+    if (rows > 1 && std::thread::hardware_concurrency() > 1) {
+        fetchOverlapped(statement, columns, sink, rows);
+    } else {
+        Block block(columns, rows);
+        BlockWriter writer(columns, sink);
+        while (fetchBlock(statement, columns, block)) writer.write(block);
     }
     SQLFreeStmt(h, SQL_UNBIND);
     SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
