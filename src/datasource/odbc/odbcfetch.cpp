@@ -564,9 +564,7 @@ class BlockQueue {
 // its own while the rows of the block before are converted and sent to the
 // sink on the caller's thread (the sink is only ever called from there).
 void fetchOverlapped(const Statement& statement, const std::vector<Column>& columns,
-                     RecordSink& sink, std::size_t rows) {
-    std::vector<Block> blocks;
-    for (int i = 0; i < 3; ++i) blocks.emplace_back(columns, rows);
+                     RecordSink& sink, std::vector<Block>& blocks) {
     BlockQueue queue(blocks);
     std::thread fetcher([&] {
         std::exception_ptr error;
@@ -595,9 +593,18 @@ void fetchOverlapped(const Statement& statement, const std::vector<Column>& colu
     if (auto error = queue.error()) std::rethrow_exception(error);
 }
 
+// Takes the driver's pointers to the blocks' buffers away before they go.
+struct Unbind {
+    SQLHSTMT h;
+    ~Unbind() {
+        SQLFreeStmt(h, SQL_UNBIND);
+        SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
+        SQLSetStmtAttr(h, SQL_ATTR_ROW_STATUS_PTR, nullptr, 0);
+    }
+};
+
 void fetchBound(const Statement& statement, const std::vector<Column>& columns, RecordSink& sink,
                 bool blocks) {
-    SQLHSTMT h = statement.get();
     std::size_t rowBytes = 0;
     for (const auto& c : columns) rowBytes += static_cast<std::size_t>(c.width) + sizeof(SQLLEN);
     std::size_t rows = blocks
@@ -605,16 +612,17 @@ void fetchBound(const Statement& statement, const std::vector<Column>& columns, 
                                  kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, kMaxBlockRows)
                            : 1;
     setRowArraySize(statement, rows);
-    if (rows > 1 && std::thread::hardware_concurrency() > 1) {
-        fetchOverlapped(statement, columns, sink, rows);
+    // Three blocks let the driver fill one while another is converted.
+    const bool overlap = rows > 1 && std::thread::hardware_concurrency() > 1;
+    std::vector<Block> buffers;
+    for (int i = 0; i < (overlap ? 3 : 1); ++i) buffers.emplace_back(columns, rows);
+    Unbind unbind{statement.get()};
+    if (overlap) {
+        fetchOverlapped(statement, columns, sink, buffers);
     } else {
-        Block block(columns, rows);
         BlockWriter writer(columns, sink);
-        while (fetchBlock(statement, columns, block)) writer.write(block);
+        while (fetchBlock(statement, columns, buffers[0])) writer.write(buffers[0]);
     }
-    SQLFreeStmt(h, SQL_UNBIND);
-    SQLSetStmtAttr(h, SQL_ATTR_ROWS_FETCHED_PTR, nullptr, 0);
-    SQLSetStmtAttr(h, SQL_ATTR_ROW_STATUS_PTR, nullptr, 0);
 }
 
 void fetchCellByCell(const Statement& statement, const std::vector<Column>& columns,
