@@ -2,7 +2,7 @@
 #include <set>
 
 #include "datasource/kinds.h"
-#include "excel_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 using rq::testing::TableSink;

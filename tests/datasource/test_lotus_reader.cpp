@@ -8,7 +8,7 @@
 #include "datasource/lotus/lmbcs.h"
 #include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
-#include "excel_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 using rq::testing::readTable;
