@@ -6,11 +6,11 @@
 #include <sql.h>
 #include <sqlext.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 
 #include "datasource/odbc/odbcsource.h"
 
@@ -40,48 +40,99 @@ struct Connection {
     }
 };
 
-}  // namespace
-
-void execute(const std::string& connectionString, const std::vector<std::string>& statements) {
-    Connection c(connectionString);
-    ASSERT_TRUE(c.connected) << "cannot connect: " << connectionString;
-    for (const auto& s : statements) {
-        SQLHSTMT st = SQL_NULL_HSTMT;
-        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
-        std::string text = s;
-        const SQLRETURN rc = SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
-                                           static_cast<SQLINTEGER>(text.size()));
-        SQLCHAR state[8] = {}, message[1024] = {};
-        SQLINTEGER native = 0;
-        SQLSMALLINT length = 0;
-        if (!SQL_SUCCEEDED(rc) && rc != SQL_NO_DATA)
-            SQLGetDiagRec(SQL_HANDLE_STMT, st, 1, state, &native, message, sizeof message, &length);
-        SQLFreeHandle(SQL_HANDLE_STMT, st);
-        EXPECT_TRUE(SQL_SUCCEEDED(rc) || rc == SQL_NO_DATA) << s << ": " << message;
-    }
-}
-
-std::string scalar(const std::string& connectionString, const std::string& statement) {
+// Runs the statements in order, failing the test on the first error; with
+// fetch, the first value of the last statement's first row ("" for a null).
+std::string run(const std::string& connectionString, std::vector<std::string> statements,
+                bool fetch) {
     Connection c(connectionString);
     if (!c.connected) {
         ADD_FAILURE() << "cannot connect: " << connectionString;
         return {};
     }
-    SQLHSTMT st = SQL_NULL_HSTMT;
-    SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
-    std::string text = statement, value;
-    char buffer[4096] = {};
-    SQLLEN indicator = 0;
-    if (SQL_SUCCEEDED(SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(text.data()),
-                                    static_cast<SQLINTEGER>(text.size()))) &&
-        SQL_SUCCEEDED(SQLFetch(st)) &&
-        SQL_SUCCEEDED(SQLGetData(st, 1, SQL_C_CHAR, buffer, sizeof buffer, &indicator)) &&
-        indicator != SQL_NULL_DATA)
-        value = buffer;
-    else
-        ADD_FAILURE() << "cannot read " << statement;
-    SQLFreeHandle(SQL_HANDLE_STMT, st);
+    std::string value;
+    for (auto& s : statements) {
+        SQLHSTMT st = SQL_NULL_HSTMT;
+        SQLAllocHandle(SQL_HANDLE_STMT, c.dbc, &st);
+        SQLRETURN rc = SQLExecDirect(st, reinterpret_cast<SQLCHAR*>(s.data()),
+                                     static_cast<SQLINTEGER>(s.size()));
+        char buffer[4096] = {};
+        SQLLEN indicator = SQL_NULL_DATA;
+        if (fetch && SQL_SUCCEEDED(rc) && SQL_SUCCEEDED(rc = SQLFetch(st)))
+            rc = SQLGetData(st, 1, SQL_C_CHAR, buffer, sizeof buffer, &indicator);
+        SQLCHAR state[8] = {}, message[1024] = {};
+        SQLINTEGER native = 0;
+        SQLSMALLINT length = 0;
+        if (!SQL_SUCCEEDED(rc))
+            SQLGetDiagRec(SQL_HANDLE_STMT, st, 1, state, &native, message, sizeof message, &length);
+        SQLFreeHandle(SQL_HANDLE_STMT, st);
+        EXPECT_TRUE(SQL_SUCCEEDED(rc) || (!fetch && rc == SQL_NO_DATA)) << s << ": " << message;
+        if (indicator != SQL_NULL_DATA) value = buffer;
+    }
     return value;
+}
+
+struct Folders {
+    std::vector<fs::path> paths;
+    ~Folders() {
+        std::error_code ec;
+        for (const auto& p : paths) fs::remove_all(p, ec);
+    }
+};
+Folders& folders() {
+    static Folders f;
+    return f;
+}
+
+const std::string kServerScript = ROWQUILL_SOURCE_DIR "/tests/datasource/odbc_pg_server.sh";
+
+// The test server, started on first use: its connection string, or why there is none.
+struct Server {
+    std::string folder, connection, whyNot;
+    Server() {
+        std::string driver = driverNamed("psqlodbcw");
+        if (driver.empty()) driver = driverNamed("psqlodbca");
+        const int port = unusedPort();
+        // A cluster made once per build tree is copied for every later start.
+        std::error_code ec;
+        const fs::path self = fs::read_symlink("/proc/self/exe", ec);
+        const std::string cluster = ec ? "" : (self.parent_path() / "odbc-pg-template").string();
+        if (!driver.empty()) folder = temporaryFolder();
+        const int status = driver.empty()
+                               ? 3 << 8
+                               : std::system(("'" + kServerScript + "' start '" + folder + "' " +
+                                              std::to_string(port) + " '" + cluster + "'")
+                                                 .c_str());
+        if (status == 0)
+            connection = "Driver={" + driver + "};Server=127.0.0.1;Port=" + std::to_string(port) +
+                         ";Database=postgres;Uid=rowquill;Pwd=;";
+        else if (WIFEXITED(status) && WEXITSTATUS(status) == 3)  // no server programs
+            whyNot = "the PostgreSQL server or its ODBC driver is not installed";
+        else
+            ADD_FAILURE() << "the PostgreSQL test server did not start";
+    }
+    ~Server() {
+        // When it cannot be stopped, its folder still goes with the program's temporary folders.
+        if (!connection.empty() &&
+            std::system(("'" + kServerScript + "' stop '" + folder + "'").c_str()) != 0) {
+        }
+    }
+};
+
+// Stops the server before the folders are removed (destroyed in reverse order).
+Server& server() {
+    folders();
+    static Server s;
+    return s;
+}
+
+}  // namespace
+
+void execute(const std::string& connectionString, const std::vector<std::string>& statements) {
+    run(connectionString, statements, false);
+}
+
+std::string scalar(const std::string& connectionString, const std::string& statement) {
+    return run(connectionString, {statement}, true);
 }
 
 std::string driverNamed(const std::string& text) {
@@ -102,7 +153,6 @@ int unusedPort() {
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = 0;
     bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
     socklen_t len = sizeof addr;
     getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len);
@@ -110,115 +160,23 @@ int unusedPort() {
     return ntohs(addr.sin_port);
 }
 
-namespace {
-
-struct Folders {
-    std::vector<fs::path> paths;
-    ~Folders() {
-        std::error_code ec;
-        for (const auto& p : paths) fs::remove_all(p, ec);
-    }
-};
-Folders& folders() {
-    static Folders f;
-    return f;
-}
-
-std::string serverScript() {
-    fs::path script = fs::path(__FILE__).parent_path() / "odbc_pg_server.sh";
-    std::error_code ec;
-    if (script.is_relative() && !fs::exists(script, ec)) {
-        // Compiled with a path relative to the build folder, which holds this program's folder.
-        script = fs::read_symlink("/proc/self/exe", ec).parent_path().parent_path() / script;
-    }
-    return script.string();
-}
-
-bool postgresInstalled() {
-    std::error_code ec;
-    if (!fs::exists("/usr/lib/postgresql", ec)) return false;
-    for (const auto& e : fs::directory_iterator("/usr/lib/postgresql", ec))
-        if (fs::exists(e.path() / "bin" / "initdb")) return true;
-    return false;
-}
-
-class Server {
-  public:
-    ~Server() { stop(); }
-    void stop() {
-        if (folder_.empty()) return;
-        std::string command = "'" + serverScript() + "' stop '" + folder_ + "'";
-        if (std::system(command.c_str()) != 0) {
-            // Nothing more to do: the folder goes with the program's temporary folders.
-        }
-        folder_.clear();
-    }
-    std::string start(std::string* whyNot) {
-        if (!connection_.empty() || failed_) {
-            if (failed_ && whyNot) *whyNot = reason_;
-            return connection_;
-        }
-        std::string driver = driverNamed("psqlodbcw");
-        if (driver.empty()) driver = driverNamed("psqlodbca");
-        if (driver.empty() || !postgresInstalled()) {
-            failed_ = true;
-            reason_ = "the PostgreSQL server or its ODBC driver is not installed";
-            if (whyNot) *whyNot = reason_;
-            return {};
-        }
-        folder_ = temporaryFolder();
-        int port = unusedPort();
-        // A cluster made once per build tree is copied for every later start.
-        std::error_code ec;
-        fs::path self = fs::read_symlink("/proc/self/exe", ec);
-        std::string templateFolder = ec ? "" : (self.parent_path() / "odbc-pg-template").string();
-        std::string command = "'" + serverScript() + "' start '" + folder_ + "' " +
-                              std::to_string(port) + " '" + templateFolder + "'";
-        if (std::system(command.c_str()) != 0) {
-            failed_ = true;
-            reason_ = "";
-            folder_.clear();
-            ADD_FAILURE() << "the PostgreSQL test server did not start";
-            return {};
-        }
-        connection_ = "Driver={" + driver + "};Server=127.0.0.1;Port=" + std::to_string(port) +
-                      ";Database=postgres;Uid=rowquill;Pwd=;";
-        return connection_;
-    }
-
-  private:
-    std::string folder_, connection_, reason_;
-    bool failed_ = false;
-};
-
-// Stops the server before the folders are removed (destroyed in reverse order).
-Server& server() {
-    folders();
-    static Server s;
-    return s;
-}
-
-}  // namespace
-
 std::string temporaryFolder() {
     std::string pattern = (fs::temp_directory_path() / "rowquill-odbc-XXXXXX").string();
-    char* made = mkdtemp(pattern.data());
-    if (!made) return {};
-    folders().paths.push_back(made);
-    return made;
+    if (!mkdtemp(pattern.data())) return {};
+    folders().paths.push_back(pattern);
+    return pattern;
 }
 
 std::string postgresConnectionString(std::string* whyNot) {
-    return server().start(whyNot);
+    if (whyNot) *whyNot = server().whyNot;
+    return server().connection;
 }
 
 std::string postgresDatabase(const std::string& name) {
-    std::string server = postgresConnectionString(nullptr);
-    if (server.empty()) return {};
-    execute(server, {"drop database if exists " + name, "create database " + name});
-    std::string cs = server;
-    cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
-    return cs;
+    std::string cs = postgresConnectionString(nullptr);
+    if (cs.empty()) return {};
+    execute(cs, {"drop database if exists " + name, "create database " + name});
+    return cs.replace(cs.find("Database=postgres"), 17, "Database=" + name);
 }
 
 }  // namespace rq::odbctest

@@ -8,7 +8,7 @@
 
 #include "datasource/btrieve/btrievefile.h"
 #include "datasource/readers.h"
-#include "excel_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 namespace fs = std::filesystem;

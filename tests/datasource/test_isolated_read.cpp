@@ -10,12 +10,38 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iterator>
 
 #include "datasource/isolatedread.h"
-#include "printed_output.h"
 
 namespace rq {
 namespace {
+
+// What this process writes on stdout and stderr while fn runs.
+std::string printedDuring(const std::function<void()>& fn) {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    char path[] = "/tmp/rq_printed_XXXXXX";
+    const int fd = ::mkstemp(path);
+    if (fd < 0) std::abort();
+    const int out = ::dup(1), err = ::dup(2);
+    ::dup2(fd, 1);
+    ::dup2(fd, 2);
+    fn();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    ::dup2(out, 1);
+    ::dup2(err, 2);
+    ::close(out);
+    ::close(err);
+    ::close(fd);
+    std::ifstream in(path);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    ::unlink(path);
+    return text;
+}
 
 // Records every call as one line of text, so that two runs can be compared.
 struct Recorder : RecordSink {
@@ -116,7 +142,7 @@ TEST(IsolatedRead, PrintedLinesAreCaughtCappedAndBecomeWarningsBeforeTheEnd) {
         if (line == "noise on stdout") return {};
         return "x.mdb: " + std::string(line);
     };
-    const std::string printed = testing::printedDuring([&] {
+    const std::string printed = printedDuring([&] {
         // Buffered, not yet written when the child is made: the child must
         // not write its copy of it.
         std::printf("pending output of this process ");

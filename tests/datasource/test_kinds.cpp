@@ -1,8 +1,7 @@
-#include <algorithm>
 #include <set>
 
 #include "datasource/kinds.h"
-#include "excel_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 using rq::testing::TableSink;
@@ -20,10 +19,6 @@ class KindsTest : public ::testing::Test {
 
 std::vector<std::string> names(Database& db) {
     return rq::testing::catalogNames(listedCatalog(db));
-}
-
-std::vector<std::vector<std::string>> rowsOf(Database& db, const std::string& table) {
-    return rq::testing::readTable(db, table).rows;
 }
 
 }  // namespace
@@ -112,7 +107,8 @@ TEST_F(KindsTest, NameDecidesWhenTheContentSaysNothingElse) {
     // A file a folder kind would not list opens under the kind it is named for.
     auto db = openFileDatabase("Text;", (dir / "notes.xyz").string());
     EXPECT_EQ(names(*db), std::vector<std::string>{"notes#txt"});
-    EXPECT_EQ(rowsOf(*db, "notes#txt"), (std::vector<std::vector<std::string>>{{"1", "2"}}));
+    EXPECT_EQ(rq::testing::readTable(*db, "notes#txt").rows,
+              (std::vector<std::vector<std::string>>{{"1", "2"}}));
 }
 
 TEST(Kinds, PlainNamesAreUniqueAndFindTheirKind) {
@@ -128,24 +124,4 @@ TEST(Kinds, PlainNamesAreUniqueAndFindTheirKind) {
     EXPECT_EQ(kindByName("TEXT"), kindByConnect("Text;"));
     EXPECT_EQ(kindByName("Dbase VII;"), nullptr);
     EXPECT_EQ(kindByName("text;"), nullptr);  // connect strings are exact
-}
-
-// The Lotus kinds read the other names of their releases: .wks with WK1, .123
-// with WK4; a name two files share is told apart by the extension.
-TEST(Kinds, LotusKindsReadWksAnd123Files) {
-    const fs::path lotus = kFixtures / "lotus" / "sheetjs";
-    if (!fs::exists(lotus)) GTEST_SKIP() << "fixtures folder absent: " << lotus;
-    auto wk1 = openFileDatabase("Lotus WK1;", (lotus / "quattro_export" / "write_L1.wks").string());
-    EXPECT_EQ(names(*wk1), (std::vector<std::string>{"write_L2", "write_L1"}));
-    EXPECT_EQ(rowsOf(*wk1, "write_L1"), rowsOf(*wk1, "write_L2"));
-    auto wk4 = openFileDatabase("Lotus WK4;", (lotus / "quattro_export" / "write_L9.123").string());
-    EXPECT_EQ(names(*wk4), (std::vector<std::string>{"write_L45", "write_L9", "write_L97"}));
-    EXPECT_EQ(rowsOf(*wk4, "write_L9"), rowsOf(*wk4, "write_L45"));
-    EXPECT_EQ(rowsOf(*wk4, "write_L97"), rowsOf(*wk4, "write_L45"));
-
-    auto crlf = openFileDatabase("Lotus WK1;", (lotus / "crlf" / "crlfq9.wk1").string());
-    const auto crlfNames = names(*crlf);
-    EXPECT_NE(std::find(crlfNames.begin(), crlfNames.end(), "crlfq9"), crlfNames.end());
-    EXPECT_NE(std::find(crlfNames.begin(), crlfNames.end(), "crlfq9#wks"), crlfNames.end());
-    EXPECT_EQ(rowsOf(*crlf, "crlfq9#wks").size(), rowsOf(*crlf, "crlfq9").size());
 }

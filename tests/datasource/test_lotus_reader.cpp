@@ -8,7 +8,7 @@
 #include "datasource/lotus/lmbcs.h"
 #include "datasource/lotus/lotusworkbook.h"
 #include "datasource/readers.h"
-#include "excel_test_support.h"
+#include "reader_test_support.h"
 
 using namespace rq;
 using rq::testing::readTable;
@@ -29,15 +29,18 @@ std::vector<std::string> catalogNames(Database& db) {
 
 TEST(LotusFixtures, EveryReleaseGivesTheSameTable) {
     REQUIRE_FIXTURES();
-    // The same sheet saved as release 2, 3 and 4 files: numbers, the
-    // formulas TRUE and FALSE (1 and 0), text and a date.
-    const std::pair<const char*, const char*> kinds[] = {
-        {"wk1", "write_L2"}, {"wk3", "write_L3"}, {"wk4", "write_L45"}};
-    for (const auto& [ext, table] : kinds) {
-        SCOPED_TRACE(ext);
-        auto db = openLotusFolder((kLotus / "quattro_export").string(), ext, {});
-        EXPECT_EQ(catalogNames(*db), std::vector<std::string>{table});
-        TableSink t = readTable(*db, table);
+    // The same sheet saved as release 2, 3 and 4 files, and under the other names
+    // of those releases that their kinds read too: numbers, the formulas TRUE and
+    // FALSE (1 and 0), text and a date.
+    const fs::path folder = kLotus / "quattro_export";
+    const std::pair<const char*, const char*> files[] = {
+        {"Lotus WK1;", "write_L2.wk1"}, {"Lotus WK1;", "write_L1.wks"},
+        {"Lotus WK3;", "write_L3.wk3"}, {"Lotus WK4;", "write_L45.wk4"},
+        {"Lotus WK4;", "write_L9.123"}, {"Lotus WK4;", "write_L97.123"}};
+    for (const auto& [kind, file] : files) {
+        SCOPED_TRACE(file);
+        auto db = openFileDatabase(kind, (folder / file).string());
+        TableSink t = readTable(*db, fs::path(file).stem().string());
         EXPECT_EQ(t.names(), (std::vector<std::string>{"1", "2", "3", "F4"}));
         EXPECT_EQ(t.types(), (std::vector<int>{kText, kText, kText, kText}));
         // The files hold 0x3FD3333333333334 (release 2) and its extended
@@ -46,6 +49,12 @@ TEST(LotusFixtures, EveryReleaseGivesTheSameTable) {
                   "1|0||sheetjs/foo|bar|2014-02-19|0.30000000000000004/baz||qux|");
         EXPECT_EQ(t.rows.size(), 3u);
     }
+    EXPECT_EQ(catalogNames(*openFileDatabase("Lotus WK1;", (folder / "write_L1.wks").string())),
+              (std::vector<std::string>{"write_L2", "write_L1"}));
+    EXPECT_EQ(catalogNames(*openFileDatabase("Lotus WK4;", (folder / "write_L9.123").string())),
+              (std::vector<std::string>{"write_L45", "write_L9", "write_L97"}));
+    EXPECT_EQ(catalogNames(*openLotusFolder(folder.string(), "wk3", {})),
+              std::vector<std::string>{"write_L3"});
 }
 
 TEST(LotusFixtures, FolderListsFilesOfTheChosenExtensionInAnyCase) {
@@ -96,13 +105,7 @@ TEST(LotusFixtures, LineBreaksWrittenWithGroupBytes) {
 TEST(Lmbcs, GroupBytesAndWhatFollowsThem) {
     const CodePage& cp850 = CodePage::get(850);
     const std::pair<std::string, std::string> cases[] = {
-        {"abc\x0F\x2D\x0F\x2A"
-         "def",
-         "abc\r\ndef"},
-        {"\x0F\x29\x0F\x20x", "\tx"},  // tab; a zero character is left out
-        {"abc\x01\x0D\x01\x0A"
-         "def",
-         "abc\r\ndef"},
+        {"\x0F\x29\x0F\x20x", "\tx"},                      // tab; a zero character is left out
         {"\x01\x82t\x82", "\xC3\xA9t\xC3\xA9"},            // é, with and without group 1
         {"\x06\xA5\x05\xC0", "\xC4\x85\xD0\x90"},          // ą (852), А (1251)
         {"\x10\x82\xA0", "\xE3\x81\x82"},                  // あ (932)
@@ -121,13 +124,9 @@ TEST(LotusFolder, UnreadableFilesAreListedButFailWhenRead) {
     scratch->write("other.txt", "ignored");
     auto db = openLotusFolder(dir.string(), "wk3", {});
     EXPECT_EQ(catalogNames(*db), std::vector<std::string>{"junk"});
-    try {
-        TableSink t;
-        db->read("junk", t);
-        ADD_FAILURE() << "read a file that is no worksheet";
-    } catch (const DatabaseError& e) {
-        EXPECT_NE(std::string(e.what()).find("junk.WK3"), std::string::npos) << e.what();
-    }
+    TableSink t;
+    const std::string error = rq::testing::errorOf([&] { db->read("junk", t); });
+    EXPECT_TRUE(rq::testing::contains(error, "junk.WK3")) << error;
     EXPECT_THROW(db->fields("missing"), DatabaseError);
     EXPECT_TRUE(catalogNames(*openLotusFolder(dir.string(), "wk1", {})).empty());
     scratch.reset();

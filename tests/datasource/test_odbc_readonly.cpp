@@ -42,13 +42,8 @@ TEST(OdbcReadOnly, PostgresStatementsCannotChangeTheSource) {
     auto count = [&] { return odbctest::scalar(cs, "select count(*) from t"); };
     Collected got;
 
-    std::string text =
-        errorOf([&] { source->query("Select * From t; Delete From t Where id=2", got); });
-    EXPECT_TRUE(contains(text, "one statement")) << text;
-    EXPECT_EQ(count(), "3");
-
-    // One statement that writes: refused by the read-only transaction.
-    text = errorOf([&] { source->query("Delete From t Where id=2", got); });
+    // A statement that writes: refused by the read-only transaction.
+    std::string text = errorOf([&] { source->query("Delete From t Where id=2", got); });
     EXPECT_TRUE(contains(text, "read-only transaction")) << text;
     EXPECT_EQ(count(), "3");
 
