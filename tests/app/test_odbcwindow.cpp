@@ -33,15 +33,6 @@ const char* kSampleSql =
     "create table Alpha(x);"
     "create view [Cheap] as select * from Orders where price < 5;";
 
-// Answers the next data-source dialog by writing the connection string and
-// pressing OK.
-void answerSource(const QString& connection) {
-    Dialogs::setNextDialogAction([connection](QDialog& d) {
-        child<QLineEdit>(d, "txtConnect")->setText(connection);
-        child<QPushButton>(d, "cmdOK")->click();
-    });
-}
-
 void checkFreshOdbcWindow(Frmdata& w) {
     QCOMPARE(w.state().sourceKind, SourceKind::Odbc);
     QCOMPARE(w.odbcTableList()->count(), 0);
