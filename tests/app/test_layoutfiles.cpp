@@ -1,8 +1,13 @@
-// Layout files in the window: a layout designed with the window's commands,
-// saved with File → "Save Layout...", gives the batch converter the same bytes
-// the window saves; a layout file opens in a fresh window as it was designed.
+// The window's saved files against the batch converter's: for the same table
+// the window's Save As gives the converter's bytes, in one file and split into
+// several, with and without symbol conversion, with the default layout and
+// with a layout designed by the window's commands and saved with File → "Save
+// Layout..."; a layout file opens in a fresh window as it was designed. The
+// tables hold text beyond ASCII, some beyond code page 1252, so the file
+// encodings are part of the comparison.
 
 #include "app/dialogs.h"
+#include "app/selectdirectory.h"
 #include "layouthelpers.h"
 
 using namespace rq;
@@ -13,10 +18,17 @@ namespace {
 
 const QString kOrders = QStringLiteral(ROWQUILL_SOURCE_DIR "/examples/orders/orders.csv");
 
+// Opens the database in the window and loads the named table; false when
+// the table is missing or does not load.
+bool openTable(Frmdata& w, const QString& connect, const QString& file, const QString& table) {
+    w.openDaoDb(connect, file);
+    const int row = items(w.tableList()).indexOf(table);
+    return row >= 0 && w.loadListEntry(row);
+}
+
 // The orders example loaded into the window, its layout shown.
 bool openOrders(Frmdata& w) {
-    w.openDaoDb(QStringLiteral("Text;"), kOrders);
-    if (w.tableList()->count() == 0 || !w.loadListEntry(0)) return false;
+    if (!openTable(w, QStringLiteral("Text;"), kOrders, QStringLiteral("orders#csv"))) return false;
     w.action("mnulayout")->trigger();
     return true;
 }
@@ -90,48 +102,115 @@ class LayoutFilesTest : public QObject {
     void initTestCase() { Dialogs::setTestMode(true); }
     void init() { Dialogs::clear(); }
 
-    void designedLayoutRunsInTheConverter_data() {
+    void savedFilesAreTheConvertersFiles_data() {
+        QTest::addColumn<QString>("connect");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("table");
+        QTest::addColumn<int>("designed");  // 0: the default layout; 2: an attribute last
+        QTest::addColumn<bool>("split");
         QTest::addColumn<bool>("convertSymbols");
-        QTest::addColumn<bool>("attributeLast");
-        QTest::newRow("1252") << false << false;
-        QTest::newRow("utf-8") << true << false;
-        QTest::newRow("attribute after an element") << false << true;
+        const struct {
+            const char* tag;
+            const char* connect;
+            QString file;
+            const char* table;
+        } sources[] = {
+            // Latin text with umlauts and accents, quotes and commas in values.
+            {"text", "Text;", kOrders, "orders#csv"},
+            // Finnish, Cyrillic, Greek and CJK text, control characters, all of
+            // code page 1252 in one value.
+            {"access", "Microsoft Access",
+             QStringLiteral(ROWQUILL_FIXTURES "/access/jackcess/testUnicodeCompV2003.mdb"),
+             "Table"},
+            // Field names in Cyrillic.
+            {"dbase", "Dbase IV;",
+             QStringLiteral(ROWQUILL_FIXTURES "/dbase/infused_dbf/dbase_03_cyrillic.dbf"),
+             "dbase_03_cyrillic"},
+        };
+        for (const auto& s : sources)
+            for (bool split : {false, true})
+                for (bool convert : {false, true})
+                    QTest::newRow(qPrintable(
+                        QString("%1 %2 %3")
+                            .arg(s.tag, split ? "split" : "single", convert ? "utf-8" : "1252")))
+                        << QString(s.connect) << s.file << QString(s.table) << 0 << split
+                        << convert;
+        for (int designed : {1, 2})
+            for (bool convert : {false, true})
+                if (designed == 1 || !convert)
+                    QTest::newRow(qPrintable(QString("designed%1 %2")
+                                                 .arg(designed == 2 ? ", attribute last" : "",
+                                                      convert ? "utf-8" : "1252")))
+                        << "Text;" << kOrders << "orders#csv" << designed << false << convert;
     }
 
-    void designedLayoutRunsInTheConverter() {
+    void savedFilesAreTheConvertersFiles() {
+        QFETCH(QString, connect);
+        QFETCH(QString, file);
+        QFETCH(QString, table);
+        QFETCH(int, designed);
+        QFETCH(bool, split);
         QFETCH(bool, convertSymbols);
-        QFETCH(bool, attributeLast);
-        if (!QFile::exists(kOrders)) QSKIP("example missing");
+        if (!QFile::exists(file)) QSKIP("fixtures folder absent");
         QTemporaryDir dir;
         Frmdata w(false);
         showActive(w);
-        QVERIFY(openOrders(w));
-        design(w, attributeLast);
-        const QString layout = dir.filePath("orders.rqlayout");
-        Dialogs::setNextFileName(dir.filePath("orders"));  // the extension is added
-        w.action("mnusavelayout")->trigger();
-        QVERIFY(QFile::exists(layout));
+        QVERIFY(openTable(w, connect, file, table));
+        const QString windowOut = dir.filePath(split ? "window" : "window.xml");
+        const QString cliOut = dir.filePath(split ? "cli" : "cli.xml");
+        QStringList args{"convert", file, "--kind", connect, "--table", table, "-o", cliOut};
+        if (!convertSymbols) args << "--cp1252";
+        if (designed) {
+            w.action("mnulayout")->trigger();
+            design(w, designed == 2);
+            const QString layout = dir.filePath("orders.rqlayout");
+            Dialogs::setNextFileName(dir.filePath("orders"));  // the extension is added
+            w.action("mnusavelayout")->trigger();
+            QVERIFY(QFile::exists(layout));
+            args << "--layout" << layout;
+        }
         w.action("mnugenerate")->trigger();
         w.findChild<QCheckBox*>("Check2")->setChecked(convertSymbols);
         GenerateView* g = w.generateView();
-        g->singleAction("node")->trigger();
-        const QString windowFile = dir.filePath("window.xml");
-        Dialogs::setNextFileName(windowFile);
-        g->singleAction("Save")->trigger();
-
-        const QString cliFile = dir.filePath("cli.xml");
-        QStringList args{"convert",    kOrders,    "--kind", "Text;", "--table",
-                         "orders#csv", "--layout", layout,   "-o",    cliFile};
-        if (!convertSymbols) args << "--cp1252";
-        QVERIFY(runCli(args));
-        const QByteArray fromWindow = readAll(windowFile);
-        QCOMPARE(fromWindow, readAll(cliFile));
-        // The design is in the bytes: the renamed record with its attribute,
-        // the escaped fixed value, the stylesheet.
-        QVERIFY(fromWindow.contains("<?xml:stylesheet type=\"text/xsl\" href=\"orders.xsl\"?>"));
-        QVERIFY(fromWindow.contains("\t\t<order OrderID=\"10248\">"));
-        QVERIFY(fromWindow.contains("<document xmlns=\"urn:orders\" "));
-        QVERIFY(fromWindow.contains("<note>fixed &amp; &lt;text&gt;</note>"));
+        if (!split) {
+            g->singleAction("node")->trigger();
+            Dialogs::setNextFileName(windowOut);
+            g->singleAction("Save")->trigger();
+            QCOMPARE(g->lastSavedFile(), windowOut);
+            QVERIFY(runCli(args));
+            const QByteArray fromWindow = readAll(windowOut);
+            QCOMPARE(fromWindow, readAll(cliOut));
+            QVERIFY(fromWindow.endsWith("</document>\r\n\r\n"));
+            if (!designed) return;
+            // The design is in the bytes: the renamed record with its attribute,
+            // the escaped fixed value, the stylesheet.
+            QVERIFY(
+                fromWindow.contains("<?xml:stylesheet type=\"text/xsl\" href=\"orders.xsl\"?>"));
+            QVERIFY(fromWindow.contains("\t\t<order OrderID=\"10248\">"));
+            QVERIFY(fromWindow.contains("<document xmlns=\"urn:orders\" "));
+            QVERIFY(fromWindow.contains("<note>fixed &amp; &lt;text&gt;</note>"));
+            return;
+        }
+        const int records = w.state().sheet.rows() - 1;
+        w.findChild<QRadioButton*>("Option2")->click();
+        w.findChild<QLineEdit*>("updwntxt")->setText("2");
+        g->separateAction("node")->trigger();
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            auto& select = static_cast<SelectDirectoryDialog&>(d);
+            select.setCurrentFolder(dir.path());
+            select.nameBox()->setText("window");
+            select.tryAccept();
+        });
+        g->separateAction("Save")->trigger();
+        QCOMPARE(g->lastSavedFolder(), windowOut);
+        QVERIFY(runCli(args << "--split"
+                            << "2"));
+        const QStringList names = QDir(windowOut).entryList(QDir::Files, QDir::Name);
+        QCOMPARE(names.size(), (records + 1) / 2);
+        QCOMPARE(QDir(cliOut).entryList(QDir::Files, QDir::Name), names);
+        for (const QString& name : names)
+            QVERIFY2(readAll(windowOut + '/' + name) == readAll(cliOut + '/' + name),
+                     qPrintable(name));
     }
 
     void layoutFileOpensAsDesigned() {

@@ -54,12 +54,19 @@ class MainWindowTest : public QObject {
     }
     void init() { Dialogs::clear(); }
 
-    void startsWithFiveElementColumnsOverNineteenRows() {
+    void startsWithFiveElementColumnsAndPressingACellShowsThePosition() {
         Frmdata w(false);
+        w.show();
         checkStartState(w);
         QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:1 Column:0"));
         // Tag commands wait for a selected tag.
         QVERIFY(!w.action("mnuelent")->isEnabled());
+        QTableView* grid = w.grid();
+        const QRect cell = grid->visualRect(w.sheetModel()->index(2, 3));
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+        QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:3 Column:3"));
+        QCOMPARE(w.state().sheet.row(), 3);
+        QCOMPARE(w.state().sheet.col(), 3);
     }
 
     void layoutIsBuiltOnceAndAgainAfterSheetChanged() {
@@ -104,17 +111,6 @@ class MainWindowTest : public QObject {
         w.state().sheet.setCell(0, 1, "Order ID");
         clickTool(w.findChild<QToolBar*>("Toolbar1"), w.layoutView()->toolbarAction("Refresh"));
         QCOMPARE(field(1), QString("<Order_ID>"));
-    }
-
-    void pressingACellShowsThePosition() {
-        Frmdata w(false);
-        w.show();
-        QTableView* grid = w.grid();
-        const QRect cell = grid->visualRect(w.sheetModel()->index(2, 3));
-        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
-        QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:3 Column:3"));
-        QCOMPARE(w.state().sheet.row(), 3);
-        QCOMPARE(w.state().sheet.col(), 3);
     }
 
     void cancellingTheOpenDialogLeavesTheFreshWindow() {
@@ -177,7 +173,9 @@ class MainWindowTest : public QObject {
         QCOMPARE(QGuiApplication::overrideCursor(), nullptr);
     }
 
-    void passwordIsAskedUntilItIsRight() {
+    // Cancel, and OK on an empty box, stop the open without a message; a
+    // wrong password is asked again until it is right.
+    void passwordIsAskedUntilItIsRightOrCancelled() {
         Frmdata w(false);
         w.show();
         std::vector<std::string> tried;
@@ -188,6 +186,19 @@ class MainWindowTest : public QObject {
                 throw DatabaseError("Not a valid password.", kErrPasswordRequired);
             return makeFakeDatabase(1);
         });
+        for (const char* button : {"cmdCancel", "cmdOK"}) {
+            Dialogs::clear();
+            tried.clear();
+            Dialogs::setNextFileName("/data/locked.mdb");
+            answerPassword(button == std::string("cmdOK") ? QString() : QString("typed"), button);
+            w.action("mnuDBOMDB")->trigger();
+            QCOMPARE(tried.size(), 1u);
+            QCOMPARE(w.database(), nullptr);
+            QCOMPARE(w.tableList()->count(), 0);
+            QCOMPARE(Dialogs::shown().last().kind, QString("dialog"));
+        }
+        Dialogs::clear();
+        tried.clear();
         Dialogs::setNextFileName("/data/locked.mdb");
         answerPassword("wrong", "cmdOK");
         answerPassword("abcd1234", "cmdOK");
@@ -198,28 +209,6 @@ class MainWindowTest : public QObject {
         QCOMPARE(countShown("dialog"), 2);
         QCOMPARE(lastShown("dialog")->title, QString("Password Required"));
         QCOMPARE(countShown("message"), 0);
-    }
-
-    void cancellingThePasswordEndsSilently() {
-        Frmdata w(false);
-        int tries = 0;
-        w.setDatabaseOpener([&](const std::string&, const std::string&,
-                                const OpenOptions&) -> std::unique_ptr<Database> {
-            ++tries;
-            throw DatabaseError("Not a valid password.", kErrPasswordRequired);
-        });
-        for (const char* button : {"cmdCancel", "cmdOK"}) {
-            Dialogs::clear();
-            tries = 0;
-            Dialogs::setNextFileName("/data/locked.mdb");
-            // Cancel, and OK on an empty box, both stop the open.
-            answerPassword(button == std::string("cmdOK") ? QString() : QString("typed"), button);
-            w.action("mnuDBOMDB")->trigger();
-            QCOMPARE(tries, 1);
-            QCOMPARE(w.database(), nullptr);
-            QCOMPARE(w.tableList()->count(), 0);
-            QCOMPARE(Dialogs::shown().last().kind, QString("dialog"));
-        }
     }
 
     void newReturnsToTheStartState() {
@@ -300,6 +289,18 @@ class MainWindowTest : public QObject {
         QCOMPARE(urls[0].toLocalFile(), dir + "/helpfiles/help_rowquill/sitemap.html");
         QCOMPARE(urls[1].toLocalFile(), dir + "/helpfiles/help_rowquill/alpind.html");
         QCOMPARE(urls[2].toLocalFile(), dir + "/tutorial/tutoriallibrary.htm");
+
+        // Without a desktop browser the pages open in the program's own window.
+        setDesktopBrowserForTests(false);
+        w.action("mnucontenets")->trigger();
+        w.action("mnuindex")->trigger();
+        setDesktopBrowserForTests(true);
+        QCOMPARE(Dialogs::openedUrls().size(), 3);
+        const auto windows = w.findChildren<HelpWindow*>();
+        QCOMPARE(windows.size(), 1);
+        QVERIFY(windows[0]->isVisible());
+        QVERIFY(windows[0]->browser()->source().toLocalFile().endsWith(
+            "/helpfiles/help_rowquill/alpind.html"));
     }
 
     void aboutBoxShowsNameAndVersion() {

@@ -79,6 +79,15 @@ T* child(QWidget& parent, const char* name) {
     return w;
 }
 
+// Answers the next ODBC data-source dialog by writing the connection string
+// and pressing OK.
+inline void answerSource(const QString& connection) {
+    ui::Dialogs::setNextDialogAction([connection](QDialog& d) {
+        child<QLineEdit>(d, "txtConnect")->setText(connection);
+        child<QPushButton>(d, "cmdOK")->click();
+    });
+}
+
 // Dialogs answered in tests are not run; shown, they lay out their controls
 // and take clicks as on the screen.
 inline void showDialog(QDialog& d) {
