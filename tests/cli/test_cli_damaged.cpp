@@ -68,15 +68,6 @@ TEST_F(DamagedSource, WarningsFailTheRunUnlessDamageIsAllowed) {
 
 TEST_F(DamagedSource, AnIntactSourceGivesNoWarning) {
     written({"export", path("db/whole.dbf"), "--table", "whole"}, "out");
-    // A missing memo file is named, one line for the table.
-    fs::remove(dir / "db" / "whole.dbt");
-    const Result r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(lines(r.err).size(), 2u) << r.err;
-    EXPECT_NE(
-        r.err.find("warning: " + path("db/whole.dbf") + ": the memo file 'whole.dbt' is missing"),
-        std::string::npos)
-        << r.err;
     // The layout does not depend on the values: no warning stops it, and the
     // option is refused there.
     written({"layout", path("db/cut.dbf"), "--table", "cut"}, "l");

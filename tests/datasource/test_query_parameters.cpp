@@ -1,24 +1,14 @@
 // Stored queries that ask for parameters: the values replace the references
 // to the declared parameters, typed as declared; a missing value is an error
 // of its own that callers turn into a question or a hint.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "datasource/access/storedquery.h"
-#include "datasource/database.h"
 #include "datasource/readers.h"
+#include "reader_test_support.h"
 
 namespace rq {
 namespace {
 
-namespace fs = std::filesystem;
-
-struct Rows : RecordSink {
-    std::vector<std::vector<std::string>> rows;
-    void begin(const std::vector<Field>&) override {}
-    void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
-};
+using Rows = rq::testing::TableSink;
 
 TEST(QueryParameters, ReferencesAreReplacedByTypedLiterals) {
     const std::vector<QueryParameter> declared = {{"Beginning Date", kDateTime},
@@ -85,8 +75,8 @@ TEST(QueryParameters, MissingOrMistypedValuesAreRefused) {
 // records are the shipped orders between them, which a plain statement over
 // the Orders table counts independently.
 TEST(QueryParameters, SampleQueryRunsWithTheGivenDates) {
-    const fs::path file = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
-    if (!fs::exists(file)) GTEST_SKIP() << "no fixture " << file;
+    const auto file = rq::testing::kFixtures / "access/mdbtestdata/nwind.mdb";
+    SKIP_WITHOUT(file);
     auto db = openAccessDatabase(file.string(), {});
     const std::string query = "Employee Sales by Country";
     const std::vector<QueryParameter> expected = {{"Beginning Date", kDateTime},
