@@ -4,45 +4,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "base/io/atomicfile.h"
 #include "base/io/folders.h"
+#include "scratch_support.h"
 
 using namespace rq;
 namespace fs = std::filesystem;
 
-namespace {
-
-struct TempDir {
-    TempDir() {
-        std::string templ = (fs::temp_directory_path() / "rqioXXXXXX").string();
-        path = ::mkdtemp(templ.data());
-    }
-    ~TempDir() { fs::remove_all(path); }
-    std::string operator/(const std::string& s) const { return (path / s).string(); }
-    fs::path path;
-};
-
-std::string slurp(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-std::vector<std::string> listing(const fs::path& dir) {
-    std::vector<std::string> names;
-    for (auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-}  // namespace
+using namespace rq::scratch;
 
 TEST(AtomicFile, FailureOrAbortLeavesNothingUnderTheName) {
     TempDir dir;
@@ -62,15 +34,12 @@ TEST(AtomicFile, FailureOrAbortLeavesNothingUnderTheName) {
 TEST(AtomicFile, FollowsLinksAndKeepsTheModeOfAReplacedFile) {
     TempDir dir;
     std::ofstream(dir / "real.xml") << "old";
-    fs::permissions(dir / "real.xml",
-                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    fs::permissions(dir / "real.xml", fs::perms(0640));
     fs::create_symlink("real.xml", dir / "link.xml");
     ASSERT_TRUE(writeFileAtomically(dir / "link.xml", "new"));
     EXPECT_TRUE(fs::is_symlink(dir / "link.xml"));
     EXPECT_EQ(slurp(dir / "real.xml"), "new");
-    struct stat st {};
-    ASSERT_EQ(::stat((dir / "real.xml").c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0640u);
+    EXPECT_EQ(fs::status(dir / "real.xml").permissions() & fs::perms::all, fs::perms(0640));
     EXPECT_EQ(listing(dir.path), (std::vector<std::string>{"link.xml", "real.xml"}));
 }
 
@@ -87,22 +56,35 @@ TEST(AtomicFile, WritesStraightIntoWhatIsNotARegularFile) {
     EXPECT_EQ(listing(dir.path), std::vector<std::string>{"pipe"});
 }
 
-TEST(AtomicFile, AnInterruptedWriteLeavesNoTemporaryFile) {
+// Either signal removes a half-written file's temporary and the working folders.
+TEST(AtomicFile, AnInterruptedProcessLeavesNoTemporaryFileNorWorkingFolder) {
     for (int sig : {SIGTERM, SIGINT}) {
         TempDir dir;
+        int fds[2];
+        ASSERT_EQ(::pipe(fds), 0);
         pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
+            const std::string work = makeWorkingFolder("rqterm");
+            std::ofstream(work + "Split.xml") << "x";
+            (void)!::write(fds[1], work.data(), work.size());
+            ::close(fds[1]);
             AtomicFile f;
             if (!f.open(dir / "out.xml") || !f.write(std::string(1 << 20, 'x'))) ::_exit(3);
             ::raise(sig);
             ::_exit(4);  // not reached: the signal ends the process
         }
+        ::close(fds[1]);
+        char buffer[4096];
+        const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
+        ::close(fds[0]);
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status)) << status;
         EXPECT_EQ(WTERMSIG(status), sig);
         EXPECT_TRUE(listing(dir.path).empty());
+        ASSERT_GT(n, 0);
+        EXPECT_FALSE(fs::exists(std::string(buffer, static_cast<std::size_t>(n))));
     }
 }
 
@@ -125,29 +107,6 @@ TEST(WorkingFolder, PrivateFreshAndRemoved) {
     removeFolder("");
     removeFolder("/");
     EXPECT_TRUE(fs::exists("/tmp"));
-}
-
-TEST(WorkingFolder, RemovedWhenTheProcessIsTerminated) {
-    int fds[2];
-    ASSERT_EQ(::pipe(fds), 0);
-    pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        std::string path = makeWorkingFolder("rqterm");
-        std::ofstream(path + "Split.xml") << "x";
-        (void)!::write(fds[1], path.data(), path.size());
-        ::close(fds[1]);
-        ::raise(SIGTERM);
-        ::_exit(4);
-    }
-    ::close(fds[1]);
-    char buffer[4096];
-    ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-    ::close(fds[0]);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ASSERT_GT(n, 0);
-    EXPECT_FALSE(fs::exists(std::string(buffer, static_cast<std::size_t>(n))));
 }
 
 TEST(AtomicFolder, AppearsWhenCompleteAndOnlyOnce) {

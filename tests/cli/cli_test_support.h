@@ -4,7 +4,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "../base/scratch_support.h"
 #include "cli/command.h"
 
 namespace rq::clitest {
@@ -25,12 +25,7 @@ struct Result {
     std::string out, err;
 };
 
-inline std::string slurp(const std::filesystem::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using rq::scratch::slurp;
 
 // The text as one word of a shell command.
 inline std::string quoted(const std::string& s) {
@@ -50,12 +45,8 @@ inline bool oneLine(const std::string& s) {
 
 class CliTest : public ::testing::Test {
   protected:
-    std::filesystem::path dir;
-    void SetUp() override {
-        std::string templ = (std::filesystem::temp_directory_path() / "rqcliXXXXXX").string();
-        dir = ::mkdtemp(templ.data());
-    }
-    void TearDown() override { std::filesystem::remove_all(dir); }
+    rq::scratch::TempDir scratch;
+    const std::filesystem::path dir = scratch.path;
     void write(const std::string& rel, const std::string& bytes) {
         std::filesystem::create_directories((dir / rel).parent_path());
         std::ofstream(dir / rel, std::ios::binary) << bytes;
@@ -112,12 +103,14 @@ class CliTest : public ::testing::Test {
         return r;
     }
 
-    // Runs the built program with the arguments; each of `environment` is NAME=VALUE.
+    // Runs the built program with the arguments; each of `environment` is NAME=VALUE,
+    // and `prefix` a command that runs the program.
     Result runProcess(const std::vector<std::string>& args,
-                      const std::vector<std::string>& environment = {}) {
+                      const std::vector<std::string>& environment = {},
+                      const std::string& prefix = "") {
         std::string cmd;
         for (const auto& e : environment) cmd += quoted(e) + " ";
-        cmd = (cmd.empty() ? "" : "env " + cmd) + quoted(ROWQUILL_CLI);
+        cmd = prefix + (cmd.empty() ? "" : "env " + cmd) + quoted(ROWQUILL_CLI);
         for (const auto& a : args) cmd += " " + quoted(a);
         cmd += " >" + quoted(path("stdout")) + " 2>" + quoted(path("stderr")) + " </dev/null";
         Result r;

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 
 #include "cli_test_support.h"
@@ -9,7 +8,6 @@
 #include "generate/generationrun.h"
 #include "generate/outputfiles.h"
 #include "layout/defaultlayout.h"
-#include "layout/layoutfile.h"
 
 using namespace rq;
 using namespace rq::clitest;
@@ -40,12 +38,7 @@ const std::string kOrdersBody =
 
 }  // namespace
 
-TEST_F(CliFiles, HelpAndUsageErrors) {
-    Result help = run({"--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find("Usage: rowquill-cli"), std::string::npos);
-    EXPECT_NE(run({"convert", "--help"}).out.find("\n  --split N "), std::string::npos);
-
+TEST_F(CliFiles, UsageErrorsExitWithOne) {
     const std::vector<std::vector<std::string>> bad = {
         {},
         {"frob", path("db/orders.csv")},
@@ -105,18 +98,10 @@ TEST_F(CliFiles, TablesListsTheFolder) {
     Result r = run({"tables", path("db/orders.csv")});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "orders#csv\npeople#txt\n");
-    EXPECT_EQ(run({"tables", path("db"), "--kind", "Text;"}).out, r.out);
     EXPECT_EQ(run({"tables", path("db")}).out, r.out);
 }
 
-TEST_F(CliFiles, ConvertWritesUtf8OrCodePage1252) {
-    std::string cp1252Body = kOrdersBody;
-    cp1252Body.replace(cp1252Body.find("Zo\xC3\xAB"), 4, "Zo\xEB");
-    cp1252Body.replace(cp1252Body.find("K\xC3\xB6ln \xE2\x82\xAC"), 9, "K\xF6ln \x80");
-    EXPECT_EQ(
-        written({"convert", path("db/orders.csv"), "--table", "orders.csv", "--cp1252"}, "out.xml"),
-        "<?xml version=\"1.0\"?>\r\n" + cp1252Body + "\r\n");
-
+TEST_F(CliFiles, ConvertWritesUtf8OrTheBytesOfTheWindowsCodePage1252Save) {
     // UTF-8 by default; --convert-symbols says so again.
     EXPECT_EQ(written({"convert", path("db/orders.csv"), "--table", "orders#csv"}, "out.xml"),
               "<?xml version=\"1.0\"?>\r\n" + kOrdersBody + "\r\n");
@@ -127,6 +112,18 @@ TEST_F(CliFiles, ConvertWritesUtf8OrCodePage1252) {
     int files = 0;
     for (auto& e : fs::directory_iterator(dir)) files += e.is_regular_file() ? 1 : 0;
     EXPECT_EQ(files, 1);
+
+    const std::string cli =
+        written({"convert", path("db/orders.csv"), "--table", "orders.csv", "--cp1252"}, "c.xml");
+    auto db = openFileDatabase("Text;", path("db/orders.csv"));
+    DataSheet sheet;
+    loadTable(*db, "orders#csv", sheet);
+    LayoutTree tree;
+    buildDefaultLayout(tree, sheet);
+    WorkingTable work;
+    ASSERT_TRUE(saveDocument(path("window.xml"), runSingleFile(tree, work, sheet), false));
+    EXPECT_EQ(cli, slurp(dir / "window.xml"));
+    EXPECT_TRUE(contains(cli, "<City>K\xF6ln \x80</City>"));
 }
 
 TEST_F(CliFiles, PrologAndRootAttributeOptions) {
@@ -146,15 +143,9 @@ TEST_F(CliFiles, SplitWritesBlocksIntoAnEmptyFolderOnly) {
     Result r = run({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2", "-o",
                     path("split")});
     ASSERT_EQ(r.status, 0) << r.err;
-    std::vector<std::string> names;
-    for (auto& e : fs::directory_iterator(dir / "split")) names.push_back(e.path().filename());
-    std::sort(names.begin(), names.end());
-    EXPECT_EQ(names,
+    EXPECT_EQ(rq::scratch::listing(dir / "split"),
               (std::vector<std::string>{"form_row_1_to_row_2_.xml", "form_row_3_to_row_4_.xml",
                                         "form_row_5_to_row_5_.xml"}));
-    EXPECT_EQ(slurp(dir / "split" / "form_row_5_to_row_5_.xml"),
-              "<?xml version=\"1.0\"?>\r\n\t<document>\r\n\t\t<row>\r\n\t\t\t<n>E</n></row>\r\n"
-              "\t</document>\r\n\r\n");
 
     expectError({"convert", path("db/people.txt"), "--table", "people#txt", "--split", "2", "-o",
                  path("split")},
@@ -168,21 +159,9 @@ TEST_F(CliFiles, SplitWritesBlocksIntoAnEmptyFolderOnly) {
     EXPECT_TRUE(fs::exists(dir / "empty" / "form_row_1_to_row_5_.xml"));
 }
 
-TEST_F(CliFiles, ExportWritesTheCsvText) {
-    EXPECT_EQ(written({"export", path("db/orders.csv"), "--table", "orders#csv"}, "o.txt"),
-              "\"ID\",\"Name\",\"City\"\r\n"
-              "\"1\",\"Zo\xC3\xAB\",\"K\xC3\xB6ln \xE2\x82\xAC\",\r\n"
-              "\"2\",\"Smith, J\",\"a<b\",\r\n"
-              "\"3\",\"X\",\r\n"
-              "\r\n");
-}
-
 TEST_F(CliFiles, LayoutFileOutAndBackIn) {
     const std::string text =
         written({"layout", path("db/orders.csv"), "--table", "orders#csv"}, "o.rqlayout");
-    EXPECT_NE(text.find("<root name=\"document\">"), std::string::npos);
-    EXPECT_NE(text.find("<data-element name=\"City\" column=\"2\"/>"), std::string::npos);
-
     // An edited layout drives the conversion.
     std::string edited = text;
     edited.replace(edited.find("<data-element name=\"ID\" column=\"0\"/>"), 36,
@@ -203,64 +182,28 @@ TEST_F(CliFiles, LayoutFileOutAndBackIn) {
     EXPECT_FALSE(fs::exists(dir / "bad.xml"));
 }
 
-TEST_F(CliFiles, ConvertGivesTheBytesOfTheWindowsSave) {
-    const fs::path fixture = fs::path(ROWQUILL_FIXTURES) / "text" / "temperature_qaqc";
-    if (!fs::exists(fixture)) GTEST_SKIP() << "fixtures folder absent: " << fixture;
-    const std::string source = (fixture / "ARD_to_WRS.csv").string();
-    Result r =
-        run({"convert", source, "--table", "ARD_to_WRS#csv", "--cp1252", "-o", path("cli.xml")});
-    ASSERT_EQ(r.status, 0) << r.err;
-
-    auto db = openFileDatabase("Text;", source);
-    DataSheet sheet;
-    loadTable(*db, "ARD_to_WRS#csv", sheet);
-    LayoutTree tree;
-    buildDefaultLayout(tree, sheet);
-    WorkingTable work;
-    ASSERT_TRUE(saveDocument(path("window.xml"), runSingleFile(tree, work, sheet), false));
-    const std::string cli = slurp(dir / "cli.xml");
-    EXPECT_EQ(cli, slurp(dir / "window.xml"));
-    EXPECT_NE(cli.find("\t\t\t<PR>038046</PR>\r\n\t\t\t<h>1</h>\r\n\t\t\t<v>21</v></row>\r\n"
-                       "\t</document>\r\n\r\n"),
-              std::string::npos);
-}
-
 TEST_F(CliFiles, SqlStatementsGoThroughTheQueryEngine) {
-    EXPECT_EQ(written({"convert", path("db/orders.csv"), "--sql",
-                       "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC",
-                       "--convert-symbols"},
-                      "q.xml"),
-              "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
-              "\t\t<row>\r\n\t\t\t<Name>Zo\xC3\xAB</Name></row>\r\n"
-              "\t\t<row>\r\n\t\t\t<Name>X</Name></row>\r\n"
-              "\t</document>\r\n\r\n");
+    EXPECT_EQ(written({"export", path("db/orders.csv"), "--rfc4180", "--sql",
+                       "SELECT Name FROM [orders#csv] WHERE ID <> '2' ORDER BY Name DESC"},
+                      "q.csv"),
+              "Name\r\nZo\xC3\xAB\r\nX\r\n");
     expectError({"convert", path("db/orders.csv"), "--sql", "SELEC x", "-o", path("b.xml")}, 2);
     EXPECT_FALSE(fs::exists(dir / "b.xml"));
 }
 
 // A stored query that asks for dates runs with --param and says which value it
-// lacks without one.
+// lacks without one (its records are a reader test).
 TEST_F(CliTest, StoredQueryParametersComeFromParam) {
     const fs::path nwind = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
     if (!fs::exists(nwind)) GTEST_SKIP() << "no fixture " << nwind;
-    const std::string query = "Employee Sales by Country";
-    const Result missing = expectError({"export", nwind.string(), "--table", query, "--param",
-                                        "Beginning Date=1995-01-01", "-o", path("a.csv")},
-                                       2, "Ending Date");
-    EXPECT_NE(missing.err.find("--param"), std::string::npos) << missing.err;
-    EXPECT_FALSE(fs::exists(dir / "a.csv"));
-
-    Result ok =
-        run({"export", nwind.string(), "--table", query, "--param", "Beginning Date=1995-01-01",
-             "--param", "[Ending Date]=1995-12-31", "--rfc4180", "-o", path("a.csv")});
-    ASSERT_EQ(ok.status, 0) << ok.err;
-    Result count = run({"export", nwind.string(), "--rfc4180", "--sql",
-                        "Select Count(*) As N From Orders Where ShippedDate Between #1995-01-01# "
-                        "And #1995-12-31#"});
-    ASSERT_EQ(count.status, 0) << count.err;
-    const std::string csv = slurp(dir / "a.csv");
-    const long lines = std::count(csv.begin(), csv.end(), '\n');
-    EXPECT_EQ("N\r\n" + std::to_string(lines - 1) + "\r\n", count.out);
-
-    EXPECT_EQ(run({"export", nwind.string(), "--table", query, "--param", "=x"}).status, 1);
+    std::vector<std::string> args = {"export",  nwind.string(),
+                                     "--table", "Employee Sales by Country",
+                                     "--param", "Beginning Date=1995-01-01"};
+    const Result missing = expectError(args, 2, "Ending Date");
+    EXPECT_TRUE(contains(missing.err, "--param")) << missing.err;
+    EXPECT_EQ(missing.out, "");
+    args.insert(args.end(), {"--param", "[Ending Date]=1995-12-31"});
+    EXPECT_GT(written(args, "a.csv").size(), 1000u);
+    args.insert(args.end(), {"--param", "=x"});
+    EXPECT_EQ(run(args).status, 1);
 }

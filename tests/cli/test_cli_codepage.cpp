@@ -16,32 +16,21 @@ fs::path doclife() {
 
 }  // namespace
 
-TEST_F(CliTest, BtrieveDictionaryNamesAndValuesInCodePage866) {
+TEST_F(CliTest, BtrieveDictionaryNamesInCodePage866) {
     if (!fs::exists(doclife())) GTEST_SKIP() << "fixtures folder absent: " << doclife();
     const std::string ddf = (doclife() / "FILE.DDF").string();
     // The dictionary holds the table name as the 866 bytes 91 AF E0 A0 A2 AE E7 AD A8 AA ...
     Result r = run({"tables", ddf, "--codepage", "866"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(contains(r.out, "\nСправочник_районов\n")) << r.out;
-    EXPECT_TRUE(contains(r.out, "\nСтатьи_расходов\n")) << r.out;
-    // The folder of the dictionary reads the same.
+    // The folder of the dictionary reads the same; without the option it is another name.
     EXPECT_EQ(run({"tables", doclife().string(), "--kind", "Btrieve;", "--codepage=866"}).out,
               r.out);
-
-    Result dos = run({"tables", ddf});
-    ASSERT_EQ(dos.status, 0) << dos.err;
-    EXPECT_FALSE(contains(dos.out, "Справочник_районов")) << dos.out;
-
+    EXPECT_FALSE(contains(run({"tables", ddf}).out, "Справочник_районов"));
+    // The table is found by its decoded name (its values are a reader test).
     const std::string text =
         written({"export", ddf, "--codepage", "866", "--table", "Справочник_районов"}, "r.txt");
     EXPECT_EQ(text.rfind("\"Номер_района\",\"Наименование_района\"\r\n", 0), 0u) << text;
-    EXPECT_TRUE(contains(text, ",\"Адмиралтейский\",\r\n")) << text;
-    EXPECT_TRUE(contains(text, ",\"Центральный\",\r\n")) << text;
-    // The XML document in UTF-8 carries the same text.
-    EXPECT_TRUE(contains(written({"convert", ddf, "--codepage", "866", "--table",
-                                  "Справочник_районов", "--convert-symbols"},
-                                 "r.xml"),
-                         ">Центральный</"));
 }
 
 TEST_F(CliTest, TextFilesInTheGivenCodePage) {

@@ -10,16 +10,6 @@ namespace {
 
 const fs::path kSample = fs::path(ROWQUILL_FIXTURES) / "dbase" / "infused_dbf";
 
-// The lines of standard error.
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::size_t start = 0;
-    for (std::size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1)
-        out.push_back(text.substr(start, nl - start));
-    if (start < text.size()) out.push_back(text.substr(start));
-    return out;
-}
-
 class DamagedSource : public CliTest {
   protected:
     void SetUp() override {
@@ -45,16 +35,16 @@ TEST_F(DamagedSource, WarningsFailTheRunUnlessDamageIsAllowed) {
         SCOPED_TRACE(command);
         Result r = run({command, path("db/cut.dbf"), "--table", "cut", "-o", path("out")});
         EXPECT_EQ(r.status, 2);
-        auto err = lines(r.err);
-        ASSERT_EQ(err.size(), 2u) << r.err;
-        EXPECT_EQ(err[0], warning);
-        EXPECT_NE(err[1].find("--allow-damaged"), std::string::npos) << err[1];
+        // The warning, then one line that names the option.
+        EXPECT_EQ(r.err.rfind(warning + "\n", 0), 0u) << r.err;
+        EXPECT_TRUE(oneLine(r.err.substr(warning.size() + 1))) << r.err;
+        EXPECT_TRUE(contains(r.err.substr(warning.size()), "--allow-damaged")) << r.err;
         EXPECT_FALSE(fs::exists(dir / "out"));
 
         r = run(
             {command, path("db/cut.dbf"), "--table", "cut", "--allow-damaged", "-o", path("out")});
         EXPECT_EQ(r.status, 0);
-        EXPECT_EQ(lines(r.err), std::vector<std::string>{warning});
+        EXPECT_EQ(r.err, warning + "\n");
         ASSERT_TRUE(fs::exists(dir / "out"));
         const std::string out = slurp(dir / "out");
         // The eight records present are written; the header line or root element first.
@@ -68,15 +58,6 @@ TEST_F(DamagedSource, WarningsFailTheRunUnlessDamageIsAllowed) {
 
 TEST_F(DamagedSource, AnIntactSourceGivesNoWarning) {
     written({"export", path("db/whole.dbf"), "--table", "whole"}, "out");
-    // A missing memo file is named, one line for the table.
-    fs::remove(dir / "db" / "whole.dbt");
-    const Result r = run({"export", path("db/whole.dbf"), "--table", "whole", "-o", path("out")});
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(lines(r.err).size(), 2u) << r.err;
-    EXPECT_NE(
-        r.err.find("warning: " + path("db/whole.dbf") + ": the memo file 'whole.dbt' is missing"),
-        std::string::npos)
-        << r.err;
     // The layout does not depend on the values: no warning stops it, and the
     // option is refused there.
     written({"layout", path("db/cut.dbf"), "--table", "cut"}, "l");

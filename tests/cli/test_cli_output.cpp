@@ -66,15 +66,12 @@ TEST_F(CliOutput, DevStdoutAsAnOrdinaryUser) {
     // The source must be readable by nobody; the output is a file root opened.
     fs::permissions(dir, fs::perms(0755));
     fs::permissions(dir / "db", fs::perms(0755));
-    const std::string cmd = "setpriv --reuid=nobody --regid=nogroup --clear-groups " +
-                            quoted(ROWQUILL_CLI) + " convert " + quoted(path("db/t.csv")) +
-                            " -o /dev/stdout >" + quoted(path("out")) + " 2>" + quoted(path("err"));
-    const int raw = std::system(cmd.c_str());
-    const std::string err = slurp(dir / "err");
-    if (contains(err, "Permission denied") && !contains(err, "rowquill-cli"))
-        GTEST_SKIP() << "nobody cannot run the program here: " << err;
-    EXPECT_EQ(WEXITSTATUS(raw), 0) << err;
-    EXPECT_EQ(slurp(dir / "out"), kDocument);
+    const Result r = runProcess({"convert", path("db/t.csv"), "-o", "/dev/stdout"}, {},
+                                "setpriv --reuid=nobody --regid=nogroup --clear-groups ");
+    if (contains(r.err, "Permission denied") && !contains(r.err, "rowquill-cli"))
+        GTEST_SKIP() << "nobody cannot run the program here: " << r.err;
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, kDocument);
 }
 
 TEST_F(CliOutput, AnInterruptedConvertLeavesNoTemporaryFile) {

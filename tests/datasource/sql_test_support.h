@@ -1,5 +1,5 @@
 // A database held in memory for the SQL engine's tests: tables given as text,
-// stored queries given as SQL, and a sink that keeps what it receives.
+// stored queries given as SQL; results land in the readers' TableSink.
 #pragma once
 
 #include <map>
@@ -8,6 +8,7 @@
 
 #include "datasource/database.h"
 #include "datasource/sqlengine.h"
+#include "reader_test_support.h"
 
 namespace rq {
 
@@ -59,18 +60,6 @@ class MemoryDatabase : public Database {
     }
 };
 
-struct Result : RecordSink {
-    std::vector<Field> fields;
-    std::vector<std::vector<std::string>> rows;
-    std::vector<std::string> warnings;
-    void warning(const std::string& w) override { warnings.push_back(w); }
-    void begin(const std::vector<Field>& f) override { fields = f; }
-    void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
-    std::vector<std::string> column(std::size_t i) const {
-        std::vector<std::string> out;
-        for (auto& r : rows) out.push_back(r.at(i));
-        return out;
-    }
-};
+using Result = rq::testing::TableSink;
 
 }  // namespace rq

@@ -1,24 +1,14 @@
 // Stored queries that ask for parameters: the values replace the references
 // to the declared parameters, typed as declared; a missing value is an error
 // of its own that callers turn into a question or a hint.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "datasource/access/storedquery.h"
-#include "datasource/database.h"
 #include "datasource/readers.h"
+#include "reader_test_support.h"
 
 namespace rq {
 namespace {
 
-namespace fs = std::filesystem;
-
-struct Rows : RecordSink {
-    std::vector<std::vector<std::string>> rows;
-    void begin(const std::vector<Field>&) override {}
-    void row(const std::string_view* c, std::size_t n) override { rows.emplace_back(c, c + n); }
-};
+using Rows = rq::testing::TableSink;
 
 TEST(QueryParameters, ReferencesAreReplacedByTypedLiterals) {
     const std::vector<QueryParameter> declared = {{"Beginning Date", kDateTime},
@@ -59,25 +49,32 @@ TEST(QueryParameters, FormReferencesAreParametersEvenUndeclared) {
     EXPECT_EQ(found, expected);
 }
 
+// The code and message of the error a call throws ({0, "accepted"} when none).
+template <class Call>
+std::pair<int, std::string> refusal(Call call) {
+    try {
+        call();
+    } catch (const DatabaseError& e) {
+        return {e.code(), e.what()};
+    }
+    return {0, "accepted"};
+}
+
 TEST(QueryParameters, MissingOrMistypedValuesAreRefused) {
     const std::vector<QueryParameter> declared = {{"From", kDateTime}, {"N", kInteger}};
-    try {
-        jet::bindParameters("Where D > [From] And I = [N]", declared, {{"From", "1996-07-01"}},
-                            "Sales");
-        FAIL() << "a missing value was accepted";
-    } catch (const DatabaseError& e) {
-        EXPECT_EQ(e.code(), kErrParameterMissing);
-        EXPECT_STREQ(e.what(), "The stored query 'Sales' needs a value for the parameter [N].");
-    }
+    const auto bind = [&](const ParameterValues& values) {
+        return refusal(
+            [&] { jet::bindParameters("D > [From] And I = [N]", declared, values, "Q"); });
+    };
+    EXPECT_EQ(
+        bind({{"From", "1996-07-01"}}),
+        std::make_pair(int{kErrParameterMissing},
+                       std::string("The stored query 'Q' needs a value for the parameter [N].")));
     for (const ParameterValues& bad : {ParameterValues{{"From", "someday"}, {"N", "1"}},
                                        ParameterValues{{"From", "1996-07-01"}, {"N", "1.5"}}}) {
-        try {
-            jet::bindParameters("Where D > [From] And I = [N]", declared, bad, "Sales");
-            FAIL() << "a mistyped value was accepted";
-        } catch (const DatabaseError& e) {
-            EXPECT_NE(e.code(), kErrParameterMissing);
-            EXPECT_NE(std::string(e.what()).find("is not"), std::string::npos) << e.what();
-        }
+        const auto [code, message] = bind(bad);
+        EXPECT_NE(code, kErrParameterMissing);
+        EXPECT_NE(message.find("is not"), std::string::npos) << message;
     }
 }
 
@@ -85,8 +82,8 @@ TEST(QueryParameters, MissingOrMistypedValuesAreRefused) {
 // records are the shipped orders between them, which a plain statement over
 // the Orders table counts independently.
 TEST(QueryParameters, SampleQueryRunsWithTheGivenDates) {
-    const fs::path file = fs::path(ROWQUILL_FIXTURES) / "access/mdbtestdata/nwind.mdb";
-    if (!fs::exists(file)) GTEST_SKIP() << "no fixture " << file;
+    const auto file = rq::testing::kFixtures / "access/mdbtestdata/nwind.mdb";
+    SKIP_WITHOUT(file);
     auto db = openAccessDatabase(file.string(), {});
     const std::string query = "Employee Sales by Country";
     const std::vector<QueryParameter> expected = {{"Beginning Date", kDateTime},
@@ -94,12 +91,7 @@ TEST(QueryParameters, SampleQueryRunsWithTheGivenDates) {
     const auto asked = db->storedQueryParameters(query);
     ASSERT_EQ(asked, expected);
     Rows none;
-    try {
-        db->read(query, none);
-        FAIL() << "the query ran without its parameters";
-    } catch (const DatabaseError& e) {
-        EXPECT_EQ(e.code(), kErrParameterMissing) << e.what();
-    }
+    EXPECT_EQ(refusal([&] { db->read(query, none); }).first, kErrParameterMissing);
     ParameterValues values;
     values.emplace_back(asked[0].name, "1995-01-01");
     values.emplace_back(asked[1].name, "1995-12-31");

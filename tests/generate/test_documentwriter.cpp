@@ -2,24 +2,12 @@
 
 #include <random>
 
+#include "../layout/layout_test_support.h"
 #include "generate/documentwriter.h"
 #include "layout/defaultlayout.h"
 
 using namespace rq;
-
-namespace {
-
-LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::string& name,
-                    const std::string& value = "", int column = -1) {
-    int row = t.table().rows() - 1;
-    t.table().setCell(row, 1, name);
-    if (!value.empty()) t.table().setCell(row, 2, value);
-    if (column >= 0) t.table().setCell(row, 3, std::to_string(column));
-    t.table().grow();
-    return t.add(parent, Relation::LastChild, t.newKey(), "<" + name + ">", kind);
-}
-
-}  // namespace
+using rq::layouttest::addNode;
 
 // The progress of a whole document ("Completing Row:") is a window test.
 TEST(DocumentWriter, ProgressOfARangeInPercent) {

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
+#include "../base/scratch_support.h"
 #include "generate/generationrun.h"
 #include "generate/outputfiles.h"
 #include "layout/defaultlayout.h"
@@ -12,15 +11,9 @@
 using namespace rq;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
+using namespace rq::scratch;
 
 namespace {
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 DataSheet numbered(int records) {
     DataSheet s(records + 1, 2);
@@ -31,27 +24,6 @@ DataSheet numbered(int records) {
         s.setCell(r, 1, "n" + std::to_string(r));
     }
     return s;
-}
-
-class TempDir {
-  public:
-    TempDir() {
-        std::string templ = (fs::temp_directory_path() / "rqrunXXXXXX").string();
-        path_ = ::mkdtemp(templ.data());
-    }
-    ~TempDir() { fs::remove_all(path_); }
-    std::string str() const { return path_.string(); }
-    fs::path operator/(const std::string& s) const { return path_ / s; }
-
-  private:
-    fs::path path_;
-};
-
-Names listing(const fs::path& dir) {
-    Names names;
-    for (auto& e : fs::directory_iterator(dir)) names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "../sheet/sheet_test_support.h"
 #include "generate/documentwriter.h"
 #include "generate/outputfiles.h"
 #include "layout/defaultlayout.h"
@@ -53,14 +54,6 @@ std::vector<std::vector<std::string>> parseCsv(const std::string& text) {
     return rows;
 }
 
-DataSheet sheetFrom(const std::vector<std::vector<std::string>>& rows) {
-    DataSheet s(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
-    for (std::size_t r = 0; r < rows.size(); ++r)
-        for (std::size_t c = 0; c < rows[r].size(); ++c)
-            s.setCell(static_cast<int>(r), static_cast<int>(c), rows[r][c]);
-    return s;
-}
-
 std::vector<fs::path> cases() {
     std::vector<fs::path> out;
     for (const auto& e : fs::directory_iterator(kGolden))
@@ -73,7 +66,7 @@ class GoldenCase : public testing::TestWithParam<fs::path> {};
 
 TEST_P(GoldenCase, WriterGivesTheExpectedBytes) {
     const fs::path dir = GetParam();
-    const DataSheet sheet = sheetFrom(parseCsv(readBytes(dir / "sheet.csv")));
+    const DataSheet sheet = rq::sheettest::sheetOf(parseCsv(readBytes(dir / "sheet.csv")));
     LayoutTree tree;
     readLayoutText(readBytes(dir / "layout.rqlayout"), tree, &sheet);
     int first = 1, last = sheet.rows() - 1;

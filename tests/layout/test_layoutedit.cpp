@@ -3,10 +3,13 @@
 // and the node table together.
 #include <gtest/gtest.h>
 
+#include "../sheet/sheet_test_support.h"
 #include "layout/defaultlayout.h"
 #include "layout/layoutedit.h"
+#include "layout_test_support.h"
 
 using namespace rq;
+using rq::layouttest::addNode;
 
 namespace {
 
@@ -23,32 +26,14 @@ std::string shape(const LayoutTree& t, const LayoutNode* n) {
     return s + "}";
 }
 
-// Adds a node as the commands do (the table's last row belongs to the next
-// key), before `before` when given, else as the last child of parent.
-LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::string& name,
-                    const std::string& value = "", LayoutNode* before = nullptr) {
-    const int row = t.table().rows() - 1;
-    t.table().setCell(row, 1, name);
-    t.table().setCell(row, 2, value);
-    t.table().grow();
-    const std::string text =
-        kind == kKindAttribute ? attributeText(name, value) : elementText(name, value);
-    return before ? t.add(before, Relation::Previous, t.newKey(), text, kind)
-                  : t.add(parent, Relation::LastChild, t.newKey(), text, kind);
-}
-
 // root:2{row:3{@a:7,ID:4,Name:5{@b:9,inner:8},Qty:6}}: three data elements
 // from the sheet, an attribute of the record, and below Name an attribute and
 // a plain element.
 void buildSample(LayoutTree& t) {
-    DataSheet sheet(2, 3);
-    sheet.setCell(0, 0, "ID");
-    sheet.setCell(0, 1, "Name");
-    sheet.setCell(0, 2, "Qty");
-    buildDefaultLayout(t, sheet);
-    addNode(t, nullptr, kKindAttribute, "a", "1", t.find("4_"));
+    buildDefaultLayout(t, rq::sheettest::sheetOf({{"ID", "Name", "Qty"}, {}}));
+    addNode(t, nullptr, kKindAttribute, "a", "1", -1, t.find("4_"));
     LayoutNode* inner = addNode(t, t.find("5_"), kKindElement, "inner", "x");
-    addNode(t, nullptr, kKindAttribute, "b", "2", inner);
+    addNode(t, nullptr, kKindAttribute, "b", "2", -1, inner);
 }
 
 const char* kSample = "root:2{row:3{@a:7,ID:4,Name:5{@b:9,inner:8},Qty:6}}";

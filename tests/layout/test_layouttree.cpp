@@ -1,32 +1,15 @@
 #include <gtest/gtest.h>
 
+#include "../sheet/sheet_test_support.h"
 #include "layout/defaultlayout.h"
 #include "layout/layouttree.h"
+#include "layout_test_support.h"
 
 using namespace rq;
+using rq::layouttest::addNode;
+using rq::sheettest::sheetOf;
 
 namespace {
-
-DataSheet sheetWithHeader(std::vector<std::string> names) {
-    DataSheet s(3, static_cast<int>(names.size()));
-    for (std::size_t c = 0; c < names.size(); ++c) s.setCell(0, static_cast<int>(c), names[c]);
-    return s;
-}
-
-// Adds a node the way the editing commands do: the node table's last row
-// belongs to the next key.
-LayoutNode* addNode(LayoutTree& t, LayoutNode* parent, int kind, const std::string& name,
-                    const std::string& value = "", int column = -1) {
-    int row = t.table().rows() - 1;
-    t.table().setCell(row, 1, name);
-    if (!value.empty()) t.table().setCell(row, 2, value);
-    if (column >= 0) t.table().setCell(row, 3, std::to_string(column));
-    t.table().grow();
-    std::string text = kind == kKindAttribute       ? attributeText(name, value)
-                       : kind == kKindDataAttribute ? dataAttributeText(name)
-                                                    : elementText(name, value);
-    return t.add(parent, Relation::LastChild, t.newKey(), text, kind);
-}
 
 std::vector<std::string> keysInPreorder(const LayoutTree& t) {
     std::vector<std::string> keys;
@@ -44,9 +27,9 @@ TEST(LayoutKeys, NumberOfEitherKeyForm) {
 
 TEST(DefaultLayout, DocumentRootRecordAndOneDataElementPerColumnReplacingWhatWasThere) {
     LayoutTree t;
-    buildDefaultLayout(t, sheetWithHeader({"A"}));
+    buildDefaultLayout(t, sheetOf({{"A"}, {}, {}}));
     addNode(t, t.find("3_"), kKindElement, "extra", "v");
-    buildDefaultLayout(t, sheetWithHeader({"Order ID", "Qty"}));
+    buildDefaultLayout(t, sheetOf({{"Order ID", "Qty"}, {}, {}}));
     ASSERT_EQ(t.count(), 5);
     EXPECT_EQ(t.documentNode()->text, "<?xml version=\"1.0\"?>");
     EXPECT_EQ(t.rootElement()->text, "<document>");
@@ -69,7 +52,7 @@ TEST(DefaultLayout, DocumentRootRecordAndOneDataElementPerColumnReplacingWhatWas
 
 TEST(Renumbering, CarriesNodeTableRowsToPreorderNumbers) {
     LayoutTree t;
-    buildDefaultLayout(t, sheetWithHeader({"ID", "Name"}));
+    buildDefaultLayout(t, sheetOf({{"ID", "Name"}, {}, {}}));
     // Move the second data element above the first.
     LayoutNode* row = t.find("3_");
     std::swap(row->children[0], row->children[1]);
@@ -94,7 +77,7 @@ TEST(Renumbering, CarriesNodeTableRowsToPreorderNumbers) {
 
 TEST(TidyLayout, TwoRunsInARowGiveTheSameKeysAndTables) {
     LayoutTree t;
-    buildDefaultLayout(t, sheetWithHeader({"a", "b", "c"}));
+    buildDefaultLayout(t, sheetOf({{"a", "b", "c"}, {}, {}}));
     addNode(t, t.find("3_"), kKindDataAttribute, "id", "", 2);
     addNode(t, t.find("4_"), kKindElement, "inner", "x");
     WorkingTable w1, w2;

@@ -66,20 +66,19 @@ TEST(NamesAndOperators, BracketSplitAndLookup) {
 }
 
 TEST(QuotedTypes, FileDatabaseAndOdbcCodes) {
+    // Text and dates are quoted; numbers, fixed-width and wide text and ODBC dates are not,
+    // and the codes of one kind mean nothing to the other.
+    using K = QuerySourceKind;
     const std::vector<int> fileQuoted = {kDateTime, kText, kMemo};
-    const std::vector<int> fileBare = {kBoolean, kByte,   kInteger,    kLong, kCurrency, kSingle,
-                                       kDouble,  kBinary, kLongBinary, kGuid, kBigInt,   kDecimal};
-    for (int t : fileQuoted) EXPECT_TRUE(isQuotedFieldType(QuerySourceKind::FileDatabase, t)) << t;
-    for (int t : fileBare) EXPECT_FALSE(isQuotedFieldType(QuerySourceKind::FileDatabase, t)) << t;
-
     const std::vector<int> odbcQuoted = {kAdoVarChar, kAdoLongVarChar, kAdoDBTimeStamp};
-    const std::vector<int> odbcBare = {kAdoInteger,  kAdoDouble, kAdoChar,    kAdoWChar,
-                                       kAdoVarWChar, kAdoDBDate, kAdoNumeric, kAdoBigInt};
-    for (int t : odbcQuoted) EXPECT_TRUE(isQuotedFieldType(QuerySourceKind::Odbc, t)) << t;
-    for (int t : odbcBare) EXPECT_FALSE(isQuotedFieldType(QuerySourceKind::Odbc, t)) << t;
-    // The codes of one kind mean nothing to the other.
-    EXPECT_FALSE(isQuotedFieldType(QuerySourceKind::Odbc, kText));
-    EXPECT_FALSE(isQuotedFieldType(QuerySourceKind::FileDatabase, kAdoVarChar));
+    const std::pair<K, std::vector<int>> bare[] = {
+        {K::FileDatabase, {kBoolean, kLong, kCurrency, kDouble, kGuid, kDecimal, kAdoVarChar}},
+        {K::Odbc, {kAdoInteger, kAdoChar, kAdoWChar, kAdoVarWChar, kAdoDBDate, kAdoNumeric, kText}},
+    };
+    for (int t : fileQuoted) EXPECT_TRUE(isQuotedFieldType(K::FileDatabase, t)) << t;
+    for (int t : odbcQuoted) EXPECT_TRUE(isQuotedFieldType(K::Odbc, t)) << t;
+    for (const auto& [kind, types] : bare)
+        for (int t : types) EXPECT_FALSE(isQuotedFieldType(kind, t)) << t;
 }
 
 // Three clicks: And, And, Or.

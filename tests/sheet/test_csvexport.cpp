@@ -1,20 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "sheet/csvexport.h"
+#include "sheet_test_support.h"
 
 using namespace rq;
 
-namespace {
-
-DataSheet sheetOf(std::vector<std::vector<std::string>> rows) {
-    DataSheet s(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
-    for (std::size_t r = 0; r < rows.size(); ++r)
-        for (std::size_t c = 0; c < rows[r].size(); ++c)
-            s.setCell(static_cast<int>(r), static_cast<int>(c), rows[r][c]);
-    return s;
-}
-
-}  // namespace
+using rq::sheettest::sheetOf;
 
 TEST(CsvExport, HeaderInnerCellsAndLastCellFollowTheirOwnRules) {
     DataSheet s = sheetOf({{"ID", "Name", "Note"},
@@ -38,11 +29,10 @@ TEST(CsvExport, ProgressPerRecord) {
         percents.push_back(p);
         seen.push_back(t);
     });
-    ASSERT_EQ(seen.size(), 3u);
-    EXPECT_DOUBLE_EQ(percents[0], 100.0 / 3);
-    EXPECT_EQ(seen[0], "Exporting... 33% completed");
-    EXPECT_EQ(seen[1], "Exporting... 66% completed");
-    EXPECT_EQ(seen[2], "Exporting... 100% completed");
+    EXPECT_EQ(seen,
+              (std::vector<std::string>{"Exporting... 33% completed", "Exporting... 66% completed",
+                                        "Exporting... 100% completed"}));
+    EXPECT_DOUBLE_EQ(percents.at(0), 100.0 / 3);
     bool called = false;
     csvExportText(sheetOf({{"A"}}), [&](double, const std::string&) { called = true; });
     EXPECT_FALSE(called);
