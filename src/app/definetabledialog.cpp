@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "app/dialogs.h"
+#include "app/digitfield.h"
 #include "app/icons.h"
 #include "app/opensettings.h"
 #include "tabledef/numberfield.h"
@@ -144,7 +145,7 @@ QLineEdit* DefineTableDialog::numberField(const char* name, const char* label) {
     // Nine digits keep every number within the sheet's signed 32-bit counts.
     field->setMaxLength(9);
     field->installEventFilter(this);
-    connect(field, &QLineEdit::textChanged, this, [this, field] { keepDigits(field); });
+    keepOnlyDigits(field);
     return field;
 }
 
@@ -177,15 +178,6 @@ bool DefineTableDialog::eventFilter(QObject* watched, QEvent* event) {
     const QString text = key->text();
     if (text.isEmpty() || !text.at(0).isPrint()) return false;
     return !isNumberFieldCharacter(text.at(0).unicode());
-}
-
-void DefineTableDialog::keepDigits(QLineEdit* field) {
-    const QString text = field->text();
-    const QString kept = toQString(digitsOnly(text.toStdString()));
-    if (kept == text) return;
-    const int caret = field->cursorPosition() - static_cast<int>(text.size() - kept.size());
-    field->setText(kept);
-    field->setCursorPosition(std::max(0, caret));
 }
 
 void DefineTableDialog::stepField(QLineEdit* field, bool up) {

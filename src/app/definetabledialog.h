@@ -40,7 +40,6 @@ class DefineTableDialog : public QDialog {
     void moveItem(int delta);  // cmdUp, cmdDown
     void setListButtons();     // SetListButtons
     void showList();           // the list widget from the name list
-    void keepDigits(QLineEdit* field);
     void stepField(QLineEdit* field, bool up);
 
     ColumnNameList names_;

@@ -31,6 +31,7 @@
 #include "app/browserpane.h"
 #include "app/busycursor.h"
 #include "app/dialogs.h"
+#include "app/digitfield.h"
 #include "app/selectdirectory.h"
 #include "app/sourceguard.h"
 #include "base/io/atomicfile.h"
@@ -167,18 +168,7 @@ GenerateView::GenerateView(AppState& state, StatusTargets status, bool realBrows
     separateLayout->addLayout(rowsLine);
     separateLayout->addWidget(separateProgress_);
 
-    // Only digits: typed or pasted, anything else is removed at once.
-    connect(recordsPerFileBox_, &QLineEdit::textChanged, this, [this](const QString& text) {
-        QString digits;
-        for (QChar ch : text)
-            if (ch >= QLatin1Char('0') && ch <= QLatin1Char('9')) digits += ch;
-        if (digits != text) {
-            const int pos = recordsPerFileBox_->cursorPosition();
-            recordsPerFileBox_->setText(digits);
-            recordsPerFileBox_->setCursorPosition(
-                std::min<int>(pos, static_cast<int>(digits.size())));
-        }
-    });
+    keepOnlyDigits(recordsPerFileBox_);
     connect(recordsPerFileBox_, &QLineEdit::returnPressed, this, [this] { focusNextChild(); });
     auto step = [this](int delta) {
         const QString text = recordsPerFileBox_->text();
