@@ -95,7 +95,7 @@ const Kind kKinds[] = {
      [](const fs::path& dir, const fs::path& file) {
          return openLotusFolder(dir.string(), lowerExtension(file).substr(1), {}); }},
     // A data file alone, without a dictionary.
-    {"btrieve", {"btrieve"}, {".dat", ".ddf", ".btr"}, {}, 150, 512,
+    {"btrieve", {"btrieve"}, {".dat", ".ddf", ".btr"}, {}, 60, 512,
      [](const fs::path&, const fs::path& file) -> std::unique_ptr<Database> {
          btrieve::DataFile::open(file.string()).forEachRecord([](std::string_view) {});
          return nullptr; }},
