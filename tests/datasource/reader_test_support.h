@@ -183,3 +183,30 @@ class ScratchFolder {
 };
 
 }  // namespace rq::testing
+
+namespace rq::testing {
+
+// Little-endian bytes of a number, for files built in the tests.
+inline std::string le16(unsigned v) {
+    return {static_cast<char>(v & 0xFF), static_cast<char>((v >> 8) & 0xFF)};
+}
+inline std::string le32(std::uint32_t v) {
+    return le16(v & 0xFFFF) + le16(v >> 16);
+}
+
+// The code and message of the DatabaseError the call throws; -1 and "no error" when none.
+struct Thrown {
+    int code = -1;
+    std::string message = "no error";
+};
+template <typename Call>
+Thrown thrownBy(Call call) {
+    try {
+        call();
+    } catch (const DatabaseError& e) {
+        return {e.code(), e.what()};
+    }
+    return {};
+}
+
+}  // namespace rq::testing

@@ -15,11 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path fixtures() {
-    return fs::path(ROWQUILL_FIXTURES) / "btrieve";
-}
-
-#define REQUIRE_FIXTURES() SKIP_WITHOUT(fixtures())
+const fs::path kBtrieve = rq::testing::kFixtures / "btrieve";
 
 std::uint64_t fnv1a(const std::vector<std::string>& records) {
     std::uint64_t h = 0xcbf29ce484222325ULL;
@@ -35,23 +31,23 @@ unsigned u16(const std::string& r, std::size_t at) {
 }  // namespace
 
 TEST(BtrieveFile, FiveXRecordsMatchTheAuthorsSqliteConversion) {
-    REQUIRE_FIXTURES();
-    DataFile f = DataFile::open((fixtures() / "wbtrv32/MBBSEMU.DAT").string());
+    SKIP_WITHOUT(kBtrieve);
+    DataFile f = DataFile::open((kBtrieve / "wbtrv32/MBBSEMU.DAT").string());
     const auto& i = f.info();  // version, page, record, physical record, keys, variable
     EXPECT_EQ(std::tuple(i.version, i.pageSize, i.recordLength, i.physicalRecordLength, i.keyCount,
                          i.variableLength),
               std::tuple(5, 512u, 74u, 90u, 4u, false));
 
-    const auto expected = rq::testing::sqliteColumn(
-        fixtures() / "wbtrv32/mbbsemu_sqlite/MBBSEMU.DB", "SELECT data FROM data_t ORDER BY id");
+    const auto expected = rq::testing::sqliteColumn(kBtrieve / "wbtrv32/mbbsemu_sqlite/MBBSEMU.DB",
+                                                    "SELECT data FROM data_t ORDER BY id");
     ASSERT_EQ(expected.size(), 4u);
     EXPECT_EQ(f.records(), expected);
     EXPECT_EQ(f.info().recordCount, 4u);
 }
 
 TEST(BtrieveFile, FiveXVariableRecordsFollowTheirFragmentChains) {
-    REQUIRE_FIXTURES();
-    DataFile f = DataFile::open((fixtures() / "wbtrv32/VARIABLE.DAT").string());
+    SKIP_WITHOUT(kBtrieve);
+    DataFile f = DataFile::open((kBtrieve / "wbtrv32/VARIABLE.DAT").string());
     EXPECT_TRUE(f.info().variableLength);
     EXPECT_EQ(f.info().recordLength, 8u);
     // Record k holds 0xDEADBEEF, k mod 64, k, then a variable part of k bytes
@@ -74,7 +70,7 @@ TEST(BtrieveFile, FiveXVariableRecordsFollowTheirFragmentChains) {
 }
 
 TEST(BtrieveFile, FixedAndVariableRecordsOfBothFormatVersions) {
-    REQUIRE_FIXTURES();
+    SKIP_WITHOUT(kBtrieve);
     // Record counts, the text the records start with and a hash of all their
     // bytes, worked out from the files independently of this reader.
     struct Case {
@@ -99,7 +95,7 @@ TEST(BtrieveFile, FixedAndVariableRecordsOfBothFormatVersions) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
-        DataFile f = DataFile::open((fixtures() / c.file).string());
+        DataFile f = DataFile::open((kBtrieve / c.file).string());
         EXPECT_EQ(f.info().version, c.version);
         auto records = f.records();
         ASSERT_EQ(records.size(), c.records);
@@ -109,14 +105,14 @@ TEST(BtrieveFile, FixedAndVariableRecordsOfBothFormatVersions) {
         EXPECT_EQ(c.hash ? fnv1a(records) : 0, c.hash);  // 0: no hash to compare
     }
     // The variable parts of the 6.x file: a record part of 448 bytes, then these.
-    auto menu = DataFile::open((fixtures() / "wbtrv32/WGSMENU2.DAT").string()).records();
+    auto menu = DataFile::open((kBtrieve / "wbtrv32/WGSMENU2.DAT").string()).records();
     EXPECT_EQ(menu[1].size() - 448, 2u);
     EXPECT_EQ(menu[9].size() - 448, 380u);
 }
 
 TEST(BtrieveFile, CompressedFileIsRefusedByName) {
-    REQUIRE_FIXTURES();
-    const std::string path = (fixtures() / "ccc-fibu/FI1310.BTR").string();
+    SKIP_WITHOUT(kBtrieve);
+    const std::string path = (kBtrieve / "ccc-fibu/FI1310.BTR").string();
     const std::string error = rq::testing::errorOf([&] { DataFile::open(path); });
     EXPECT_TRUE(rq::testing::contains(error, path)) << error;
     EXPECT_TRUE(rq::testing::contains(error, "compressed")) << error;

@@ -11,6 +11,8 @@
 using namespace rq;
 using rq::testing::contains;
 using rq::testing::joined;
+using rq::testing::le16;
+using rq::testing::le32;
 using rq::testing::ScratchFolder;
 namespace fs = std::filesystem;
 
@@ -31,13 +33,6 @@ struct FieldLayout {
     int decimals = 0;
     int flags = 0;
 };
-
-std::string le16(int v) {
-    return {static_cast<char>(v & 0xFF), static_cast<char>((v >> 8) & 0xFF)};
-}
-std::string le32(std::uint32_t v) {
-    return le16(static_cast<int>(v & 0xFFFF)) + le16(static_cast<int>(v >> 16));
-}
 
 std::string makeDbf(unsigned version, const std::vector<FieldLayout>& fields,
                     const std::vector<std::string>& records, int ldid = 0) {
@@ -173,9 +168,8 @@ TEST(DbaseSamples, ValuesAndWarningsOfEveryTableOfEveryVersion) {
     EXPECT_EQ(text.substr(text.size() - 16), "Raspberry Blanc.");
 
     // A code page chosen by the caller wins.
-    OpenOptions latin;
-    latin.codepage = 1252;
-    Loaded forced = load(kFixtures / "foxpro/infused_dbf", "cp1251", latin);
+    Loaded forced =
+        load(kFixtures / "foxpro/infused_dbf", "cp1251", {.password = {}, .codepage = 1252});
     EXPECT_NE(forced.at(1, 1), "амбулаторно-поликлиническое");
 }
 

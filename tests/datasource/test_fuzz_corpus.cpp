@@ -5,17 +5,13 @@
 // instead of ending the test program.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 #include "datasource/isolatedread.h"
+#include "reader_test_support.h"
 
 // The fuzz targets' entry points, compiled into this test under these names.
 #define ROWQUILL_FUZZ_ENTRY(name) \
@@ -46,9 +42,7 @@ TEST(FuzzCorpus, EveryKeptInputGivesDataOrAnError) {
     if (!fs::exists(root)) GTEST_SKIP() << "no corpus at " << root;
     setIsolatedReads(true);
     // The targets' temporary files go here, and are removed at the end.
-    char templ[] = "/tmp/rq_fuzz_corpus_XXXXXX";
-    ASSERT_NE(::mkdtemp(templ), nullptr);
-    const fs::path scratch = templ;
+    const testing::ScratchFolder scratch;
     std::size_t replayed = 0;
     for (const auto& dir : fs::directory_iterator(root)) {
         if (!dir.is_directory()) continue;
@@ -63,30 +57,24 @@ TEST(FuzzCorpus, EveryKeptInputGivesDataOrAnError) {
             if (f.is_regular_file()) files.push_back(f.path());
         std::sort(files.begin(), files.end());
         for (const fs::path& file : files) {
-            std::ifstream in(file, std::ios::binary);
-            const std::string bytes((std::istreambuf_iterator<char>(in)), {});
-            struct Printed : RecordSink {
-                std::string text;
-                void begin(const std::vector<Field>&) override {}
-                void row(const std::string_view*, std::size_t) override {}
-                void warning(const std::string& w) override { text += w + "\n"; }
-            } printed;
+            const std::string bytes = testing::slurp(file);
+            testing::TableSink printed;  // the warnings: what the target printed
             try {
                 readIsolated(
                     file.string(),
                     [&](RecordSink&) {
-                        ::setenv("TMPDIR", scratch.c_str(), 1);
+                        ::setenv("TMPDIR", scratch.path().c_str(), 1);
                         target->second(reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                        bytes.size());
                     },
                     printed);
             } catch (const DatabaseError& e) {
-                ADD_FAILURE() << file << ": " << e.what() << "\n" << printed.text;
+                ADD_FAILURE() << file << ": " << e.what() << "\n"
+                              << testing::joined(printed.warnings);
             }
             ++replayed;
         }
     }
-    fs::remove_all(scratch);
     RecordProperty("replayed", static_cast<int>(replayed));
 }
 

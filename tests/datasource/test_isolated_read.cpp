@@ -10,38 +10,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <iterator>
 
 #include "datasource/isolatedread.h"
+#include "reader_test_support.h"
 
 namespace rq {
 namespace {
-
-// What this process writes on stdout and stderr while fn runs.
-std::string printedDuring(const std::function<void()>& fn) {
-    std::fflush(stdout);
-    std::fflush(stderr);
-    char path[] = "/tmp/rq_printed_XXXXXX";
-    const int fd = ::mkstemp(path);
-    if (fd < 0) std::abort();
-    const int out = ::dup(1), err = ::dup(2);
-    ::dup2(fd, 1);
-    ::dup2(fd, 2);
-    fn();
-    std::fflush(stdout);
-    std::fflush(stderr);
-    ::dup2(out, 1);
-    ::dup2(err, 2);
-    ::close(out);
-    ::close(err);
-    ::close(fd);
-    std::ifstream in(path);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    ::unlink(path);
-    return text;
-}
 
 // Records every call as one line of text, so that two runs can be compared.
 struct Recorder : RecordSink {
@@ -61,15 +36,6 @@ struct Recorder : RecordSink {
     void end() override { calls.push_back("end"); }
     void warning(const std::string& t) override { calls.push_back("warning " + t); }
 };
-
-std::string errorOf(const std::function<void(RecordSink&)>& work, Recorder& sink) {
-    try {
-        readIsolated("/data/x.mdb", work, sink);
-    } catch (const DatabaseError& e) {
-        return e.what();
-    }
-    return "no error";
-}
 
 // Restores the isolation switch after a test that turns it off.
 struct IsolationOn {
@@ -119,14 +85,14 @@ TEST(IsolatedRead, AChildThatStopsBecomesADamagedFileError) {
     };
     for (auto& c : cases) {
         Recorder sink;
-        const std::string error = errorOf(
-            [&](RecordSink& s) {
-                s.begin({{"a", kText}});
-                const std::string_view cell = "before";
-                s.row(&cell, 1);
-                c.stop();
-            },
-            sink);
+        const auto work = [&](RecordSink& s) {
+            s.begin({{"a", kText}});
+            const std::string_view cell = "before";
+            s.row(&cell, 1);
+            c.stop();
+        };
+        const std::string error =
+            testing::errorOf([&] { readIsolated("/data/x.mdb", work, sink); });
         EXPECT_EQ(error, damaged + c.reason + ")");
         // The child's last block may be lost with it; end() never arrives.
         EXPECT_LE(sink.calls.size(), 2u) << c.reason;
@@ -136,32 +102,30 @@ TEST(IsolatedRead, AChildThatStopsBecomesADamagedFileError) {
 TEST(IsolatedRead, PrintedLinesAreCaughtCappedAndBecomeWarningsBeforeTheEnd) {
     IsolationOn on;
     Recorder sink;
-    std::vector<std::string> filtered;
-    auto filter = [&](std::string_view line) -> std::string {
-        filtered.emplace_back(line);
-        if (line == "noise on stdout") return {};
-        return "x.mdb: " + std::string(line);
+    auto filter = [](std::string_view line) {
+        return line == "noise on stdout" ? std::string() : "x.mdb: " + std::string(line);
     };
-    const std::string printed = printedDuring([&] {
-        // Buffered, not yet written when the child is made: the child must
-        // not write its copy of it.
-        std::printf("pending output of this process ");
-        readIsolated(
-            "x.mdb",
-            [](RecordSink& s) {
-                s.begin({});
-                for (int i = 0; i < 3; ++i) std::fprintf(stderr, "offset 4096 is beyond EOF\n");
-                std::printf("noise on stdout\n");
-                const char raw[] = "written straight to fd 2\r\n";
-                if (::write(2, raw, sizeof raw - 1) < 0) std::abort();
-                std::fprintf(stderr, "no newline at the end\n");
-                // Many distinct lines are capped with a count.
-                for (int i = 0; i < 25000; ++i) std::fprintf(stderr, "page %d is odd\n", i);
-                s.end();
-            },
-            sink, filter);
-    });
-    EXPECT_EQ(printed, "pending output of this process ");
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    // Buffered, not yet written when the child is made: the child must not
+    // write its copy of it.
+    std::printf("pending output of this process ");
+    readIsolated(
+        "x.mdb",
+        [](RecordSink& s) {
+            s.begin({});
+            for (int i = 0; i < 3; ++i) std::fprintf(stderr, "offset 4096 is beyond EOF\n");
+            std::printf("noise on stdout\n");
+            const char raw[] = "written straight to fd 2\r\n";
+            if (::write(2, raw, sizeof raw - 1) < 0) std::abort();
+            std::fprintf(stderr, "no newline at the end\n");
+            // Many distinct lines are capped with a count.
+            for (int i = 0; i < 25000; ++i) std::fprintf(stderr, "page %d is odd\n", i);
+            s.end();
+        },
+        sink, filter);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "pending output of this process ");
     ASSERT_EQ(sink.calls.size(), 23u);
     EXPECT_EQ(std::vector<std::string>(sink.calls.begin(), sink.calls.begin() + 5),
               (std::vector<std::string>{
