@@ -1,8 +1,5 @@
 // rowquill-cli over ODBC data sources, through the SQLite 3 ODBC driver.
-#include <gtest/gtest.h>
 #include <sqlite3.h>
-
-#include <filesystem>
 
 #include "cli_test_support.h"
 #include "datasource/odbc/odbcsource.h"
@@ -59,35 +56,15 @@ class CliOdbc : public CliTest {
     }
 };
 
-const std::string kOrderLinesXml =
-    "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>1</id>\r\n\t\t\t<item>Bolt</item>\r\n"
-    "\t\t\t<price>2.5</price></row>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>2</id>\r\n\t\t\t<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item>\r\n"
-    "\t\t\t<price></price></row>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>3</id>\r\n\t\t\t<item></item>\r\n"
-    "\t\t\t<price>0.25</price></row>\r\n"
-    "\t</document>\r\n\r\n";
-
 }  // namespace
 
-TEST_F(CliOdbc, TablesListsTablesThenViewsWithoutSystemNames) {
-    Result r = run({"tables", "--odbc", connection});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
-    EXPECT_EQ(r.err, "");
-}
-
+// The values' text is a reader test; here the options reach the driver.
 TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
-    EXPECT_EQ(
-        written({"convert", "--odbc", connection, "--table", "Order Lines", "--convert-symbols"},
-                "o.xml"),
-        kOrderLinesXml);
+    const std::string doc =
+        written({"convert", "--odbc", connection, "--table", "Order Lines"}, "o");
+    EXPECT_TRUE(contains(doc, "<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item>")) << doc;
     // The typed name is matched to the listed one regardless of letter case.
-    EXPECT_EQ(
-        written({"convert", "--odbc=" + connection, "--table", "order lines", "--convert-symbols"},
-                "w.xml"),
-        kOrderLinesXml);
+    EXPECT_EQ(written({"convert", "--odbc=" + connection, "--table", "order lines"}, "w"), doc);
     EXPECT_TRUE(contains(written({"layout", "--odbc", connection, "--table", "Order Lines"}, "l"),
                          "<data-element name=\"price\" column=\"2\"/>"));
     // A view, and a table the list hides.
@@ -122,9 +99,6 @@ TEST_F(CliOdbc, SourceErrorsAreOneLineWithExitTwo) {
          "no/such/dir"},
     };
     for (const auto& [args, needle] : bad) EXPECT_EQ(expectError(args, 2, needle).out, "");
-    // The driver's words follow the prefix.
-    Result r = run({"tables", "--odbc", "Driver=No Such Driver Here;"});
-    EXPECT_GT(r.err.size(), std::string("rowquill-cli: Error Opening DataSource: \n").size());
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
@@ -166,6 +140,7 @@ TEST_F(CliOdbc, SourcesAndDataSourceNamesFromTheDriverManagerFiles) {
               "  Lite Three  SQLite for the tests\n"
               "  Bare\n");
 
+    // Tables, then views, without the system names.
     r = runProcess({"tables", "--odbc", "DSN=Shop Sales"}, env);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
