@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 
 #include "../sheet/sheet_test_support.h"
@@ -140,20 +139,14 @@ TEST(LayoutFile, LayoutsTheWindowCanReachRoundTrip) {
 TEST(LayoutFile, TextIsDecodedAndNormalisedAsXmlPrescribes) {
     const std::string latin1 = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" +
                                wrapped("<element name=\"e\" value=\"caf\xE9\"/>\n");
-    // Little-endian UTF-16 after its byte order mark: Latin-1 bytes are its code units.
-    std::string utf16 = "\xFF\xFE";
-    for (char c : wrapped("<element name=\"e\" value=\"caf\xE9\"/>\n")) utf16 += {c, '\0'};
     const struct {
         std::string text;
         std::string value;
     } cases[] = {
         {latin1, "caf\xC3\xA9"},
-        {utf16, "caf\xC3\xA9"},
-        {"\xEF\xBB\xBF" + wrapped("<element name=\"e\" value=\"x\"/>\n"), "x"},
         {wrapped("<element name=\"e\" value=\"a\tb\nc\r\nd  e\"/>\n"), "a b c d  e"},
         {wrapped("<element name=\"e\" value=\"&#9;&#10;&#13;&#x20AC;&lt;&apos;\"/>\n"),
          "\t\n\r\xE2\x82\xAC<'"},
-        {wrapped("<element name=\"e\" value='\"'\n/>\n"), "\""},
     };
     for (const auto& c : cases) {
         LayoutTree t;
@@ -289,19 +282,12 @@ TEST(LayoutFile, LargeLayoutReadsCompletelyAndWritesBackTheSameBytes) {
     EXPECT_EQ(again.substr(from, 80), text.substr(from, 80)) << "from byte " << from;
 }
 
-TEST(LayoutFile, SavedFileLoadsAndAMissingFileIsNamedWithItsCause) {
+// Saving and opening files are window and batch converter tests.
+TEST(LayoutFile, AMissingFileIsNamedWithItsCause) {
     const fs::path file = fs::temp_directory_path() / ("rqlayout-" + std::to_string(getpid()));
-    DataSheet s = orders();
     LayoutTree t;
-    buildDefaultLayout(t, s);
-    std::string error;
-    ASSERT_TRUE(saveLayoutFile(file.string(), t, &error)) << error;
-    LayoutTree copy;
-    loadLayoutFile(file.string(), copy, &s);
-    EXPECT_EQ(shape(copy), shape(t));
-    fs::remove(file);
     try {
-        loadLayoutFile(file.string(), copy);
+        loadLayoutFile(file.string(), t);
         FAIL();
     } catch (const LayoutFileError& e) {
         EXPECT_EQ(std::string(e.what()),
