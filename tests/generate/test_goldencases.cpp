@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
+#include "../base/scratch_support.h"
 #include "../sheet/sheet_test_support.h"
 #include "generate/documentwriter.h"
 #include "generate/outputfiles.h"
@@ -17,13 +17,6 @@ namespace fs = std::filesystem;
 namespace {
 
 const fs::path kGolden = fs::path(ROWQUILL_SOURCE_DIR) / "tests/generate/golden";
-
-std::string readBytes(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // Comma-separated rows; a quoted field keeps commas, doubled quotes and line
 // breaks exactly as written.
@@ -66,12 +59,12 @@ class GoldenCase : public testing::TestWithParam<fs::path> {};
 
 TEST_P(GoldenCase, WriterGivesTheExpectedBytes) {
     const fs::path dir = GetParam();
-    const DataSheet sheet = rq::sheettest::sheetOf(parseCsv(readBytes(dir / "sheet.csv")));
+    const DataSheet sheet = rq::sheettest::sheetOf(parseCsv(rq::scratch::slurp(dir / "sheet.csv")));
     LayoutTree tree;
-    readLayoutText(readBytes(dir / "layout.rqlayout"), tree, &sheet);
+    readLayoutText(rq::scratch::slurp(dir / "layout.rqlayout"), tree, &sheet);
     int first = 1, last = sheet.rows() - 1;
     const bool ranged = fs::exists(dir / "records");
-    if (ranged) std::istringstream(readBytes(dir / "records")) >> first >> last;
+    if (ranged) std::istringstream(rq::scratch::slurp(dir / "records")) >> first >> last;
 
     WorkingTable work;
     std::string doc;
@@ -81,9 +74,9 @@ TEST_P(GoldenCase, WriterGivesTheExpectedBytes) {
     } else {
         doc = buildDocument(tree, work, sheet, last);
     }
-    EXPECT_EQ(documentFileBytes(doc, true), readBytes(dir / "expected.xml"));
+    EXPECT_EQ(documentFileBytes(doc, true), rq::scratch::slurp(dir / "expected.xml"));
     if (fs::exists(dir / "expected-1252.xml")) {
-        EXPECT_EQ(documentFileBytes(doc, false), readBytes(dir / "expected-1252.xml"));
+        EXPECT_EQ(documentFileBytes(doc, false), rq::scratch::slurp(dir / "expected-1252.xml"));
     }
 
     // The streamed writer, in small chunks, gives the same text.

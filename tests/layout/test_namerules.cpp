@@ -5,7 +5,6 @@
 using namespace rq;
 
 TEST(NameRule, KeepsOnlyNameCharacters) {
-    EXPECT_EQ(cleanTagName("Order Date"), "Order_Date");
     EXPECT_EQ(cleanTagName("a.b/c"), "abc");
     EXPECT_EQ(cleanTagName("x#y"), "xy");
     EXPECT_EQ(cleanTagName("%%"), "");

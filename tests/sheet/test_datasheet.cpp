@@ -2,7 +2,7 @@
 
 #include "sheet/datasheet.h"
 
-// Copying, pasting and mouse selections are driven by the window tests.
+// Copying, pasting, mouse selections and the startup sheet are window tests.
 
 using namespace rq;
 
@@ -17,14 +17,6 @@ DataSheet numbered(int records, int cols) {
 }
 
 }  // namespace
-
-TEST(DataSheet, StartupSheetHasFiveElementColumnsOverNineteenRecords) {
-    DataSheet s = DataSheet::startup();
-    EXPECT_EQ(s.rows(), 20);
-    EXPECT_EQ(s.cols(), 5);
-    EXPECT_EQ(s.cell(0, 4), "Element 5");
-    EXPECT_EQ(s.cell(19, 4), "");
-}
 
 TEST(DataSheet, CellsAndResizing) {
     DataSheet s = numbered(3, 3);
