@@ -139,7 +139,6 @@ class LayoutDesignerTest : public QObject {
         row("right, menu", false, "5_", "menu:mnumovtagrght",
             "<document>{<row>{<ID>{<Name>},<Qty>}}",
             "\t\t<row>\r\n\t\t\t<ID>1<Name>Ann</Name></ID>\r\n\t\t\t<Qty>3</Qty></row>\r\n");
-        row("up, below an attribute", true, "4_", "tool:up", "");
         row("new element, document node", false, "1_", "key:Ins",
             "<document>{<row>{<ID>,<Name>,<Qty>},<element>}",
             kDefaultRecord + "\t\t<element></element>\r\n");
@@ -223,8 +222,6 @@ class LayoutDesignerTest : public QObject {
             QTest::newRow(name) << attr << QString(from) << QString(to) << QString(shape) << record;
         };
         row("onto an attribute", true, "6_", "5_", "");
-        row("onto the root", false, "6_", "2_", "");
-        row("element onto element", false, "6_", "5_", "<document>{<row>{<ID>,<Name>{<Qty>}}}");
         row("element after the attributes", true, "4_", "3_",
             "<document>{<row>{Name=\"\",<Qty>,<ID>}}",
             "\t\t<row Name=\"Ann\">\r\n\t\t\t<Qty>3</Qty>\r\n\t\t\t<ID>1</ID></row>\r\n");
