@@ -170,7 +170,6 @@ class LayoutDesignerTest : public QObject {
 
         QCOMPARE(treeShape(v), shape.isEmpty() ? before : shape);
         QCOMPARE(v->undoStack()->count(), steps + (shape.isEmpty() ? 0 : 1));
-        QVERIFY(textsAgreeWithTable(w->state().tree));
         if (shape.isEmpty()) QCOMPARE(documentOf(*w), docBefore);
         if (!record.isNull()) QCOMPARE(documentOf(*w), kHead + record + kTail);
         // The selection stays on the node (a moved node keeps its key); a
@@ -252,7 +251,6 @@ class LayoutDesignerTest : public QObject {
         }
         // The dropped node keeps its key and its table row.
         QCOMPARE(v->selectedKey(), from);
-        QVERIFY(textsAgreeWithTable(w->state().tree));
         w->layoutView()->undoStack()->undo();
         QVERIFY(takeSnapshot(w->state().tree) == snapshot);
     }
@@ -433,7 +431,6 @@ class LayoutDesignerTest : public QObject {
             QCOMPARE(documentOf(*w), docs[i]);
             QVERIFY2(takeSnapshot(t) == states[i], qPrintable(QString::number(i)));
         }
-        QVERIFY(textsAgreeWithTable(t));
         // Edit/Insert → Undo does the same as the key.
         w->action("mnuundo")->trigger();
         QCOMPARE(documentOf(*w), docs[docs.size() - 2]);
