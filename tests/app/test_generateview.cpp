@@ -2,9 +2,8 @@
 // progress, Save As with the overwrite question, the Select Directory
 // refusals, the rows per file box; runs in the background: cancelling, the
 // saved document streamed again from the sheet, no stale output after the
-// sheet or the layout changed, no output over the source file; the reader's
-// warnings, the view at a narrow width, and the working folder's removal at
-// shut-down.
+// sheet or the layout changed; the reader's warnings, and the working
+// folder's removal at shut-down.
 
 #include "app/browserpane.h"
 #include "app/frmdata.h"

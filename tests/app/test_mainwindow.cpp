@@ -1,6 +1,7 @@
 // The main window: start-up state, menus and toolbars, the view switch,
 // opening databases (through the file dialog, the password loop, the error
-// boxes), loading a table, help and About.
+// boxes, the program's argument), loading a table, no output over the file
+// the open database reads, help and About.
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
