@@ -59,33 +59,6 @@ inline QString treeShape(ui::LayoutView* v) {
     return root.isValid() ? shapeOf(m, root) : QString();
 }
 
-// Every node's display text agrees with its node-table row.
-inline bool textsAgreeWithTable(const LayoutTree& t) {
-    for (const LayoutNode* n : t.preorder()) {
-        const int r = nodeNumber(n->key);
-        const std::string& name = t.table().cell(r, 1);
-        const std::string& value = t.table().cell(r, 2);
-        std::string expected;
-        if (n == t.documentNode()) continue;
-        if (n == t.rootElement())
-            expected = "<" + name + t.rootAttributes + ">";
-        else if (n->kind == kKindElement)
-            expected = elementText(name, value);
-        else if (n->kind == kKindDataElement)
-            expected = "<" + name + ">";
-        else if (n->kind == kKindAttribute)
-            expected = attributeText(name, value);
-        else
-            expected = dataAttributeText(name);
-        if (n->text != expected) {
-            qWarning("node %s shows %s, its row says %s", n->key.c_str(), n->text.c_str(),
-                     expected.c_str());
-            return false;
-        }
-    }
-    return true;
-}
-
 // The whole document the layout gives for the sheet, written from a copy of
 // the layout so that the window's own keys are left as they are.
 inline QByteArray documentOf(ui::Frmdata& w) {

@@ -68,16 +68,13 @@ class TestConventions : public QObject {
         QTRY_VERIFY(!w.isVisible());
     }
 
-    void openDialogsOfferTheClassicFilterThenEveryFormThenAllFiles() {
+    void openDialogsOfferTheClassicFilterThenEveryFormThenAllFilesAsQtFilters() {
         QCOMPARE(openDialogSettings("Dbase IV;").filter,
                  QString("Dbase DBs (*.dbf)|*.dbf|All files (*)|*"));
         QCOMPARE(Dialogs::qtFilter(openDialogSettings("Text;").filter),
                  QString("Text Files (*.txt);;All supported files (*.txt *.csv *.tab *.asc);;"
                          "All files (*)"));
         QVERIFY(openDialogSettings("Microsoft Access").filter.contains("|*.mdb;*.accdb|"));
-    }
-
-    void classicFiltersBecomeQtFilters() {
         QCOMPARE(Dialogs::qtFilter("Btrieve DBs (FILE.DDF)|FILE.DDF"),
                  QString("Btrieve DBs (FILE.DDF)"));
         QCOMPARE(Dialogs::qtFilter("XML Documents (*.xml)|*.xml|XSLT Stylesheets "

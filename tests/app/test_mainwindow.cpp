@@ -1,13 +1,13 @@
 // The main window: start-up state, menus and toolbars, the view switch,
 // opening databases (through the file dialog, the password loop, the error
-// boxes), loading a table, help and About.
+// boxes, the program's argument), loading a table, no output over the file
+// the open database reads, help and About.
 
 #include "app/dialogs.h"
 #include "app/frmdata.h"
 #include "app/helpwindow.h"
 #include "app/layouttreemodel.h"
 #include "app/layoutview.h"
-#include "app/passworddialog.h"
 #include "app/sheetmodel.h"
 #include "fakedatabase.h"
 #include "layouthelpers.h"
@@ -21,6 +21,7 @@ namespace {
 // Answers the next password dialog by typing text and pressing a button.
 void answerPassword(const QString& text, const char* button) {
     Dialogs::setNextDialogAction([text, button](QDialog& d) {
+        QCOMPARE(d.findChild<QLineEdit*>("txtPassword")->echoMode(), QLineEdit::Password);
         d.findChild<QLineEdit*>("txtPassword")->setText(text);
         d.findChild<QPushButton*>(button)->click();
     });
@@ -59,8 +60,10 @@ class MainWindowTest : public QObject {
         w.show();
         checkStartState(w);
         QCOMPARE(w.statusTextPanel()->text(), QString("Current Row:1 Column:0"));
-        // Tag commands wait for a selected tag.
+        // Tag commands wait for a selected tag, the table list for a database.
         QVERIFY(!w.action("mnuelent")->isEnabled());
+        emit w.menu("mnuview")->aboutToShow();
+        QVERIFY(!w.action("mnutablelist")->isEnabled());
         QTableView* grid = w.grid();
         const QRect cell = grid->visualRect(w.sheetModel()->index(2, 3));
         QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
@@ -113,7 +116,9 @@ class MainWindowTest : public QObject {
         QCOMPARE(field(1), QString("<Order_ID>"));
     }
 
-    void cancellingTheOpenDialogLeavesTheFreshWindow() {
+    // A cancelled open leaves the fresh window (the query commands were
+    // switched on before the dialog); New returns to it from a loaded table.
+    void cancelledOpenAndNewLeaveTheStartState() {
         Frmdata w(false);
         w.state().sheet.setCell(1, 1, "old");
         Dialogs::setNextFileName(QString());
@@ -121,8 +126,14 @@ class MainWindowTest : public QObject {
         QCOMPARE(Dialogs::shown().size(), 1);
         QCOMPARE(Dialogs::shown()[0].kind, QString("open"));
         checkStartState(w);
-        // The query commands were switched on before the dialog.
         QVERIFY(w.action("mnusqlhand")->isEnabled());
+
+        openFakeDatabase(w, 5);
+        QVERIFY(w.loadListEntry(0));
+        w.action("mnulayout")->trigger();
+        w.action("mnunewf")->trigger();
+        checkStartState(w);
+        QVERIFY(!w.action("mnusqlhand")->isEnabled());
     }
 
     void openListsTablesThenQueriesAndDoubleClickLoads() {
@@ -150,6 +161,12 @@ class MainWindowTest : public QObject {
         QCOMPARE(sheetRow(w.state().sheet, 0).first(), QString("Element 1"));
         QCOMPARE(w.grid()->horizontalHeader()->sectionSize(0), w.columnWidthFor("Element 1"));
         QVERIFY(w.columnWidthFor("Element 1") > w.fontMetrics().horizontalAdvance("Element 1"));
+        // Hidden, the list comes back through View → Table List.
+        w.hideTableList();
+        QVERIFY(!w.tableListPanel()->isVisible());
+        emit w.menu("mnuview")->aboutToShow();
+        w.action("mnutablelist")->trigger();
+        QVERIFY(w.tableListPanel()->isVisible());
 
         w.action("mnulayout")->trigger();
         QVERIFY(!w.state().sheetchanged);
@@ -211,16 +228,6 @@ class MainWindowTest : public QObject {
         QCOMPARE(countShown("message"), 0);
     }
 
-    void newReturnsToTheStartState() {
-        Frmdata w(false);
-        openFakeDatabase(w, 5);
-        QVERIFY(w.loadListEntry(0));
-        w.action("mnulayout")->trigger();
-        w.action("mnunewf")->trigger();
-        checkStartState(w);
-        QVERIFY(!w.action("mnusqlhand")->isEnabled());
-    }
-
     void aFileThatIsNoDatabaseGivesTheFormatErrorAndTheOdbcQuestion() {
         QTemporaryDir dir;
         const QString file = dir.filePath("notes.mdb");
@@ -261,18 +268,24 @@ class MainWindowTest : public QObject {
         QCOMPARE(w.sheetModel()->rowCount(), 2);
         QCOMPARE(w.state().sheet.cellText(2, 1), std::string("Bob"));
         QVERIFY(w.state().sheetchanged);
-    }
 
-    void passwordBoxSelectsItsTextOnFocus() {
-        PasswordDialog d;
-        d.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&d));
-        QCOMPARE(d.passwordBox()->echoMode(), QLineEdit::Password);
-        d.passwordBox()->setText("secret");
-        d.passwordBox()->deselect();
-        d.findChild<QPushButton*>("cmdOK")->setFocus();
-        d.passwordBox()->setFocus(Qt::TabFocusReason);
-        QTRY_COMPARE(d.passwordBox()->selectedText(), QString("secret"));
+        // Neither Save As nor the text export writes over the file the open
+        // database reads: each refuses it and asks for another name, here cancelled.
+        const QByteArray before = readAll(dir.filePath("orders.csv"));
+        w.showGenerateView();
+        GenerateView* g = w.generateView();
+        g->singleAction("node")->trigger();
+        QVERIFY(g->hasDocument());
+        for (QAction* save : {g->singleAction("Save"), w.action("mnuexporttxt")}) {
+            Dialogs::clear();
+            Dialogs::setNextFileName(dir.filePath("orders.csv"));
+            Dialogs::setNextAnswer(QMessageBox::Yes);
+            Dialogs::setNextFileName(QString());
+            save->trigger();
+            QCOMPARE(readAll(dir.filePath("orders.csv")), before);
+            QCOMPARE(countShown("save"), 2);
+            QVERIFY(lastShown()->text.contains("is a file the open database reads"));
+        }
     }
 
     void helpMenuOpensOurPages() {

@@ -95,13 +95,42 @@ class QueryToolsTest : public QObject {
         SqlEditorDialog::clearSessionHistory();
     }
 
-    // A failing statement (the prompt sent as it stands) keeps the editor open
-    // and the sheet; an empty box does nothing; a good statement loads the
-    // sheet and enters the history, which Alt+Up and Alt+Down step through.
-    void editorRunsStatementsAndKeepsTheirHistory() {
+    // A stored query with parameters asks for each value in turn before it
+    // loads; cancelling a question loads nothing and keeps the sheet.
+    // In the editor a failing statement (the prompt sent as it stands) keeps
+    // the editor open and the sheet; an empty box does nothing; a good
+    // statement loads the sheet and enters the history, which Alt+Up and
+    // Alt+Down step through.
+    void storedQueryAndEditorRunStatements() {
         Frmdata w(false);
+        w.show();
         openNwind(w);
-        QVERIFY(w.loadListEntry(items(w.tableList()).indexOf("Shippers")));
+        QListWidget* list = w.tableList();
+        const int row = items(list).indexOf(QStringLiteral("Employee Sales by Country"));
+        QVERIFY(row >= 0);
+        const DataSheet start = w.state().sheet;
+        Dialogs::setNextInput(QStringLiteral("1995-01-01"));
+        Dialogs::setNextInput(QString());
+        doubleClickRow(list, row);
+        QVERIFY(sameSheet(w.state().sheet, start));
+        QCOMPARE(countShown("message"), 0);
+
+        Dialogs::clear();
+        Dialogs::setNextInput(QStringLiteral("1995-01-01"));
+        Dialogs::setNextInput(QStringLiteral("1995-12-31"));
+        doubleClickRow(list, row);
+        QStringList asked;
+        for (const auto& d : Dialogs::shown())
+            if (d.kind == QLatin1String("input") && d.title == "Enter Parameter Value")
+                asked << d.text;
+        QCOMPARE(asked, QStringList({"Beginning Date", "Ending Date"}));
+        const Expected count = engineResult(
+            *engineDb_,
+            "Select Count(*) From Orders Where ShippedDate Between #1995-01-01# And #1995-12-31#");
+        QCOMPARE(QString::number(w.state().sheet.rows() - 1),
+                 QString::fromStdString(count.sheet.cellText(1, 0)));
+
+        Dialogs::clear();
         const DataSheet before = w.state().sheet;
         const QStringList sql = {
             "Select [Order Details].OrderID, Quantity From [Order Details] Where Quantity > 100",
@@ -161,7 +190,7 @@ class QueryToolsTest : public QObject {
         QCOMPARE(seen, QStringList({sql[1], sql[0], sql[1]}));
     }
 
-    void wizardEnablesItsControlsByTheRules() {
+    void wizardEnablesItsControlsThenFinishRunsTheBuiltStatement() {
         Frmdata w(false);
         openNwind(w);
         bool openAfterFailure = false;
@@ -215,23 +244,18 @@ class QueryToolsTest : public QObject {
         const DataSheet before = w.state().sheet;
         w.state().sheetchanged = false;
         w.action("mnuvissql")->trigger();
+        // (That the source's own words are shown is checked with the editor.)
         QVERIFY(openAfterFailure);
-        const Expected e = engineResult(
-            *engineDb_,
-            "Select Shippers.CompanyName From Shippers Where (Shippers.ShipperID = O'Brien )");
-        QVERIFY(!e.error.isEmpty());
         QCOMPARE(countShown("message"), 1);
-        QCOMPARE(lastMessageText(), e.error);
+        QCOMPARE(lastShown()->icon, QMessageBox::Warning);
         QVERIFY(sameSheet(w.state().sheet, before));
         QVERIFY(!w.state().sheetchanged);
         QCOMPARE(Dialogs::openedUrls().size(), 1);
         QVERIFY(Dialogs::openedUrls()[0].toLocalFile().endsWith(
             "/helpfiles/help_rowquill/how_to_use_visual_sql_wizard.htm"));
-    }
 
-    void wizardFinishRunsTheBuiltStatementOnAFileDatabase() {
-        Frmdata w(false);
-        openNwind(w);
+        // Finish runs the built statement on the file database.
+        Dialogs::clear();
         QStringList possible;
         QString criteriaText;
         Dialogs::setNextDialogAction([&](QDialog& d) {
@@ -250,9 +274,7 @@ class QueryToolsTest : public QObject {
             criteriaText = child<QPlainTextEdit>(d, "txtCriteria")->toPlainText();
             click(d, "cmdok");
         });
-        w.state().sheetchanged = false;
         w.action("mnuvissql")->trigger();
-
         QCOMPARE(criteriaText, QString("[Order Details].ProductID = Products.ProductID\n"
                                        "And [Order Details].Quantity > 100\n"
                                        " Or Products.ProductName = 'Chai'"));
@@ -271,38 +293,6 @@ class QueryToolsTest : public QObject {
             engineResult(*engineDb_, "select Distinct ProductName from Products");
         QCOMPARE(possible.size(), names.sheet.rows() - 1);
         QCOMPARE(possible.removeDuplicates(), 0);
-    }
-
-    // A stored query with parameters asks for each value in turn before it
-    // loads; cancelling a question loads nothing and keeps the sheet.
-    void storedQueryAsksForItsParameters() {
-        Frmdata w(false);
-        w.show();
-        openNwind(w);
-        QListWidget* list = w.tableList();
-        const int row = items(list).indexOf(QStringLiteral("Employee Sales by Country"));
-        QVERIFY(row >= 0);
-        const DataSheet before = w.state().sheet;
-        Dialogs::setNextInput(QStringLiteral("1995-01-01"));
-        Dialogs::setNextInput(QString());
-        doubleClickRow(list, row);
-        QVERIFY(sameSheet(w.state().sheet, before));
-        QCOMPARE(countShown("message"), 0);
-
-        Dialogs::clear();
-        Dialogs::setNextInput(QStringLiteral("1995-01-01"));
-        Dialogs::setNextInput(QStringLiteral("1995-12-31"));
-        doubleClickRow(list, row);
-        QStringList asked;
-        for (const auto& d : Dialogs::shown())
-            if (d.kind == QLatin1String("input") && d.title == "Enter Parameter Value")
-                asked << d.text;
-        QCOMPARE(asked, QStringList({"Beginning Date", "Ending Date"}));
-        const Expected e = engineResult(
-            *engineDb_,
-            "Select Count(*) From Orders Where ShippedDate Between #1995-01-01# And #1995-12-31#");
-        QCOMPARE(QString::number(w.state().sheet.rows() - 1),
-                 QString::fromStdString(e.sheet.cellText(1, 0)));
     }
 
     // A statement over millions of rows: the window keeps handling events while
