@@ -130,6 +130,16 @@ class TableDialogsTest : public QObject {
         w.sheetCommands()->undoStack()->undo();
         QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
         QCOMPARE(column(w.state().sheet, 1), QStringList({"Ann", "Bob", "Cy"}));
+
+        // Cancel after filling in the numbers leaves the sheet as it was.
+        Dialogs::setNextDialogAction([&](QDialog& d) {
+            typeInto(child<QLineEdit>(d, "updwntxt"), "9");
+            typeInto(child<QLineEdit>(d, "Text1"), "9");
+            click(d, "cmdcancel");
+        });
+        w.action("mnunewtabledef")->trigger();
+        QCOMPARE(sheetRow(w.state().sheet, 0), QStringList({"ID", "Name"}));
+        QCOMPARE(column(w.state().sheet, 1), QStringList({"Ann", "Bob", "Cy"}));
     }
 
     void insertColumnFillsFromTheRecipeAndUndoes() {
