@@ -377,7 +377,6 @@ void setRowArraySize(const Statement& statement, std::size_t rows) {
 
 // A value longer than its bound buffer, read whole while its row was current.
 struct LongValue {
-    std::size_t row = 0, column = 0;
     bool isNull = false;
     std::string bytes;
 };
@@ -388,7 +387,7 @@ struct Block {
     std::vector<SQLUSMALLINT> status;
     std::vector<std::vector<char>> data;
     std::vector<std::vector<SQLLEN>> indicators;
-    std::vector<LongValue> longValues;  // in row, then column order
+    std::vector<LongValue> longValues;  // in the order of their rows, then columns
     std::size_t errorRow = SIZE_MAX;    // first row the driver could not read
     std::string errorText;
 
@@ -449,7 +448,7 @@ bool fetchBlock(const Statement& statement, const std::vector<Column>& columns, 
                                 "position on a row");
                 positioned = true;
             }
-            LongValue value{r, c, false, {}};
+            LongValue value;
             value.isNull = !readWhole(statement, static_cast<SQLUSMALLINT>(c + 1), columns[c].cType,
                                       value.bytes);
             block.longValues.push_back(std::move(value));
