@@ -281,7 +281,8 @@ TEST(LayoutFile, LargeLayoutReadsCompletelyAndWritesBackTheSameBytes) {
 
 // Saving and opening files are window and batch converter tests.
 TEST(LayoutFile, AMissingFileIsNamedWithItsCause) {
-    const fs::path file = fs::temp_directory_path() / ("rqlayout-missing-" + std::to_string(getpid()));
+    const fs::path file =
+        fs::temp_directory_path() / ("rqlayout-missing-" + std::to_string(getpid()));
     LayoutTree t;
     try {
         loadLayoutFile(file.string(), t);
