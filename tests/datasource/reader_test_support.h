@@ -116,6 +116,23 @@ inline LoadedSheet loadSheet(Database& db, const std::string& table) {
     return l;
 }
 
+// A cell a sample table holds (row 0: the names), for tables of samples.
+struct SampleCell {
+    int row, col;
+    const char* text;
+};
+// The record count (unless negative), the cells and the (column, type code)
+// pairs of a loaded sample table.
+inline void expectSample(const LoadedSheet& t, int records, const std::vector<SampleCell>& cells,
+                         const std::vector<std::pair<int, int>>& types) {
+    if (records >= 0) {
+        ASSERT_EQ(t.records(), records);
+    }
+    for (const SampleCell& c : cells)
+        EXPECT_EQ(t.at(c.row, c.col), c.text) << c.row << "," << c.col;
+    for (auto [col, type] : types) EXPECT_EQ(t.fields.at(col).type, type) << col;
+}
+
 inline std::vector<std::string> catalogNames(const std::vector<CatalogEntry>& entries) {
     std::vector<std::string> out;
     for (const auto& e : entries) out.push_back(e.name);

@@ -73,15 +73,11 @@ std::string makeDbf(unsigned version, const std::vector<FieldLayout>& fields,
 // ------------------------------------------------------------ sample files
 
 // Row 0 of a sheet is the field names, so a cell at row 0 checks a name.
-struct Cell {
-    int row, col;
-    const char* text;
-};
 struct Sample {
     const char* folder;
     const char* table;
     int records;
-    std::vector<Cell> cells;
+    std::vector<rq::testing::SampleCell> cells;
     std::vector<std::pair<int, int>> types = {};  // (column, engine type)
     const char* warning = nullptr;                // part of the one warning, after the table's path
 };
@@ -150,12 +146,7 @@ TEST(DbaseSamples, ValuesAndWarningsOfEveryTableOfEveryVersion) {
     for (const Sample& s : samples) {
         SCOPED_TRACE(std::string(s.folder) + "/" + s.table);
         Loaded t = load(kFixtures / s.folder, s.table);
-        if (s.records >= 0) {
-            ASSERT_EQ(t.records(), s.records);
-        }
-        for (const Cell& c : s.cells)
-            EXPECT_EQ(t.at(c.row, c.col), c.text) << c.row << "," << c.col;
-        for (auto [col, type] : s.types) EXPECT_EQ(t.fields[col].type, type) << col;
+        rq::testing::expectSample(t, s.records, s.cells, s.types);
         const std::string path = (kFixtures / s.folder / s.table).string() + ".dbf";
         EXPECT_EQ(t.warnings, s.warning ? std::vector<std::string>{path + s.warning}
                                         : std::vector<std::string>{});
